@@ -1,0 +1,80 @@
+# Settings and functions that every room uses.
+include_guard()
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
+set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib/static")
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
+set(CMAKE_INSTALL_RPATH "$ORIGIN;$ORIGIN/../lib")
+
+find_program(KESTREL_CCACHE ccache)
+if(KESTREL_CCACHE)
+    set(CMAKE_CXX_COMPILER_LAUNCHER "${KESTREL_CCACHE}")
+endif()
+
+option(KESTREL_BUILD_TESTS "Build the tests" ON)
+option(KESTREL_WERROR "Treat warnings as errors" OFF)
+set(KESTREL_SANITIZE "" CACHE STRING "address (with undefined), thread, or empty")
+
+find_package(Threads REQUIRED)
+find_package(PkgConfig REQUIRED)
+
+# The warnings of all our own code.
+add_library(kestrel_warnings INTERFACE)
+target_compile_options(kestrel_warnings INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    target_compile_options(kestrel_warnings INTERFACE -Wthread-safety -Werror=thread-safety)
+endif()
+if(KESTREL_WERROR)
+    target_compile_options(kestrel_warnings INTERFACE -Werror)
+endif()
+
+if(KESTREL_SANITIZE STREQUAL "address")
+    add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=address,undefined)
+elseif(KESTREL_SANITIZE STREQUAL "thread")
+    add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
+    add_compile_definitions(BOOST_ASIO_DISABLE_FENCED_BLOCK)
+    add_link_options(-fsanitize=thread)
+endif()
+
+# What every target of ours has in common: the repository is the include root.
+function(kestrel_target target)
+    target_include_directories(${target} PRIVATE "${CMAKE_SOURCE_DIR}")
+    target_link_libraries(${target} PRIVATE kestrel_warnings Threads::Threads)
+endfunction()
+
+# A room whose sources go into other targets: kestrel_room(NAME SOURCES ... LIBRARIES ...).
+function(kestrel_room room)
+    cmake_parse_arguments(PARSE_ARGV 1 ROOM "" "" "SOURCES;LIBRARIES")
+    add_library(${room} OBJECT ${ROOM_SOURCES})
+    kestrel_target(${room})
+    target_link_libraries(${room} PUBLIC ${ROOM_LIBRARIES})
+endfunction()
+
+# The sources that include Boost.Beast cost minutes under sanitizers: no undefined-behaviour checks there.
+function(kestrel_beast_sources)
+    if(KESTREL_SANITIZE STREQUAL "address")
+        set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS "-fno-sanitize=undefined;-g1")
+    endif()
+endfunction()
+
+# A test program: kestrel_test(NAME LABEL unit|contract|e2e SOURCES ... LIBRARIES ... [TIMEOUT seconds]).
+# Each of its cases becomes a test of ctest under its own name.
+function(kestrel_test name)
+    cmake_parse_arguments(PARSE_ARGV 1 TEST "" "LABEL;TIMEOUT" "SOURCES;LIBRARIES")
+    if(NOT TEST_TIMEOUT)
+        set(TEST_TIMEOUT 60)
+    endif()
+    add_executable(${name} ${TEST_SOURCES})
+    kestrel_target(${name})
+    target_link_libraries(${name} PRIVATE ${TEST_LIBRARIES} test_main GTest::gtest GTest::gmock)
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
+        PROPERTIES LABELS ${TEST_LABEL} TIMEOUT ${TEST_TIMEOUT})
+endfunction()

@@ -1,0 +1,25 @@
+// A text of the host. One that was never assigned has a null Text().
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+class zString {
+public:
+    zString() = default;
+    explicit zString(std::string_view initialText) : text(initialText) {}
+
+    void Assign(std::string_view newText) { text = std::string(newText); }
+    void Clear() { text.reset(); }
+
+    // Zero-terminated UTF-8, valid until the next change; null when nothing was assigned.
+    const char* Text() const { return text ? text->c_str() : nullptr; }
+    std::string ToStdString() const { return text.value_or(std::string()); }
+
+    // Exact, case-sensitive; a null text equals only another null.
+    static bool string_equal(const char* left, const char* right);
+
+private:
+    std::optional<std::string> text;
+};

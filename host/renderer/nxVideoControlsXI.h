@@ -1,0 +1,9 @@
+#pragma once
+
+#include "host/core/xIUnknown.h"
+
+class nxVideoControlsXI : public xIUnknown {
+public:
+    virtual bool IsVideoMuted() = 0;
+    virtual void SetVideoMuted(bool muted) = 0;
+};

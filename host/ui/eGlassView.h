@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "host/core/zFourCC.h"
+#include "host/core/zString.h"
+
+class eGlass;
+
+// A panel's handle on the view that shows a variable. Harmless when the layout has no such view.
+// [main-thread]
+class eGlassView {
+public:
+    eGlassView(eGlass& glass, const char* variable, zFourCC identifier);
+
+    // `field` is "titl" for a label's text and "text" for an editable text.
+    void SetString(zFourCC field, const char* text, std::uint32_t flags);
+    // False with `out` empty when there is no view. The text of an edit field comes without blanks at its
+    // ends.
+    bool AsString(zFourCC field, zString& out) const;
+
+private:
+    eGlass& glass;
+    std::string variable;
+    zFourCC identifier;
+};

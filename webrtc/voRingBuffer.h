@@ -1,0 +1,13 @@
+#pragma once
+
+#include "webrtc/voObject.h"
+
+namespace vo_webrtc {
+
+// A ring of samples in library memory, for custom audio devices.
+class voRingBuffer : public voObject {
+public:
+    using voObject::voObject;
+};
+
+}  // namespace vo_webrtc

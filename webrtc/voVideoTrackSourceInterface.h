@@ -1,0 +1,13 @@
+#pragma once
+
+#include "webrtc/voObject.h"
+
+namespace vo_webrtc {
+
+// Where a local video track gets its pictures from.
+class voVideoTrackSourceInterface : public voObject {
+public:
+    using voObject::voObject;
+};
+
+}  // namespace vo_webrtc
