@@ -1,0 +1,55 @@
+// A host in a box, for any program: loads the plug-in, keeps the list of sources, pulls them. The program
+// runs MainThreadQueue::Default() on the thread that made the host. [main-thread] throughout.
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "host_runtime/sources/HostPointer.h"
+#include "host_runtime/sources/PullGrid.h"
+#include "host_runtime/sources/SourceList.h"
+#include "host_runtime/sources/SourcePuller.h"
+#include "support/object_count.h"
+
+class nxBufferGroup2;
+
+namespace host_runtime {
+
+struct HostOptions {
+    std::filesystem::path plugin;
+    std::filesystem::path stateDirectory;  // empty: nothing is stored
+    FrameRate frameRate;
+};
+
+class Host : private support::Counted<Host> {
+public:
+    using support::Counted<Host>::Alive;
+
+    // Null, with one sentence in `error`, when the plug-in or the state directory cannot be used. The
+    // puller is not running yet.
+    static std::unique_ptr<Host> Make(const HostOptions& options, std::string& error);
+
+    Host(const Host&) = delete;
+    Host& operator=(const Host&) = delete;
+    // Stops the render threads, releases renderers and sources, then the plug-in's factory, and destroys
+    // the main-thread jobs that are still queued.
+    ~Host();
+
+    SourceList& Sources() { return *list; }
+    SourcePuller& Puller() { return puller; }
+    SourceStore& Store() { return store; }
+    SourcePlugin& Plugin() { return *plugin; }
+
+private:
+    explicit Host(FrameRate frameRate);
+
+    SourceStore store;
+    HostPointer<nxBufferGroup2> bufferGroup;
+    HostPointer<SourceRegistry> registry;
+    std::unique_ptr<SourcePlugin> plugin;
+    std::shared_ptr<SourceList> list;
+    SourcePuller puller;
+};
+
+}  // namespace host_runtime
