@@ -1,8 +1,10 @@
 // Fields with an element name and child records: settings, discovery reports, parsed XML.
 #pragma once
 
-#include <deque>
+#include <iterator>
+#include <list>
 #include <string>
+#include <utility>
 
 #include "host/core/zVariable.h"
 
@@ -22,14 +24,18 @@ public:
     bool HasChildren() const { return !children.empty(); }
     std::size_t ChildCount() const { return children.size(); }
     // Null when there is no such child. The pointer stays valid while children are only added.
-    zRecord* Child(std::size_t index) { return index < children.size() ? &children[index] : nullptr; }
+    zRecord* Child(std::size_t index) {
+        if (index >= children.size()) return nullptr;
+        return &*std::next(children.begin(), static_cast<std::ptrdiff_t>(index));
+    }
     const zRecord* Child(std::size_t index) const {
-        return index < children.size() ? &children[index] : nullptr;
+        if (index >= children.size()) return nullptr;
+        return &*std::next(children.begin(), static_cast<std::ptrdiff_t>(index));
     }
     zRecord& AddChild() { return children.emplace_back(); }
     void ClearChildren() { children.clear(); }
 
 private:
     std::string elementName;
-    std::deque<zRecord> children;
+    std::list<zRecord> children;  // an empty list allocates nothing, and records are made for every frame
 };

@@ -70,7 +70,9 @@ private:
     };
     struct NamedFields;
 
+    static Value NumberValue(const NumberField& field);
     void SetNumber(zKey key, NumberType type, std::uint64_t bits);
+    void EraseNumber(zFourCC code);
     const NumberField* FindNumber(zFourCC code) const;
     const Value* FindNamed(zKey key) const;
     void SetNamed(zKey key, Value value);
