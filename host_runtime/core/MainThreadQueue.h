@@ -49,13 +49,18 @@ public:
     // [main-thread] Destroys what is queued; jobs posted afterwards are dropped until the next Run().
     void ShutDown();
 
-    // [main-thread] Replaces the steady clock; an empty one brings it back. Reopens a queue that was shut
-    // down.
-    void UseClock(Clock clock);
+    // [main-thread] Replaces the steady clock; an empty one brings it back. What is queued keeps the delay
+    // that it has left. Reopens a queue that was shut down.
+    void UseClock(Clock newClock);
     std::int64_t NowUs() const;
 
 private:
     struct Entry;
+    struct Later;
+
+    std::int64_t Now() const REQUIRES(mutex);
+    std::unique_ptr<Entry> TakeFirst() REQUIRES(mutex);
+    static void Execute(Job& job);
 
     mutable support::Mutex mutex;
     support::Condition changed;
