@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "host/core/zTraceManager.h"
-#include "host_runtime/core/Utf8.h"
+#include "host_runtime/core/Printable.h"
 #include "support/annotated_mutex.h"
 #include "support/scope_guard.h"
 

@@ -5,7 +5,7 @@
 
 #include "host/core/zUserLogHistory.h"
 #include "host_runtime/core/MainThreadQueue.h"
-#include "host_runtime/core/Utf8.h"
+#include "host_runtime/core/Printable.h"
 #include "support/annotated_mutex.h"
 
 namespace host_runtime {

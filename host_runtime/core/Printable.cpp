@@ -1,4 +1,4 @@
-#include "host_runtime/core/Utf8.h"
+#include "host_runtime/core/Printable.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -50,24 +50,6 @@ bool IsControl(std::uint32_t code) {
 }
 
 }  // namespace
-
-bool IsValidUtf8(std::string_view text) {
-    while (!text.empty()) {
-        const Character character = FirstCharacter(text);
-        if (character.length == 0) return false;
-        text.remove_prefix(character.length);
-    }
-    return true;
-}
-
-bool HasControlCharacters(std::string_view text) {
-    while (!text.empty()) {
-        const Character character = FirstCharacter(text);
-        if (character.length != 0 && IsControl(character.code)) return true;
-        text.remove_prefix(character.length != 0 ? character.length : 1);
-    }
-    return false;
-}
 
 std::string Printable(std::string_view text, LineFeeds lineFeeds) {
     std::string result;
