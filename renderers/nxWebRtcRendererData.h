@@ -52,14 +52,20 @@ public:
     std::atomic<bool> audioEnabled{false};
 
 private:
-    // Never held while calling out of this class, so it orders with nothing.
+    // Never held while calling out of this class.
     mutable support::Mutex mutex;
     std::shared_ptr<cWebSocket> sender GUARDED_BY(mutex);
     std::string peerIdentifier GUARDED_BY(mutex);
-    std::weak_ptr<nxWebRtcVideoRenderer> videoRenderer GUARDED_BY(mutex);
-    std::weak_ptr<nxWebRtcAudioRenderer> audioRenderer GUARDED_BY(mutex);
-    vo_webrtc::voPointer<vo_webrtc::voVideoTrackInterface::Sink> videoSink GUARDED_BY(mutex);
-    vo_webrtc::voPointer<vo_webrtc::voAudioTrackInterface::Sink> audioSink GUARDED_BY(mutex);
-    vo_webrtc::voPointer<vo_webrtc::voVideoTrackInterface> videoTrack GUARDED_BY(mutex);
-    vo_webrtc::voPointer<vo_webrtc::voAudioTrackInterface> audioTrack GUARDED_BY(mutex);
+
+    // Held while calling the tracks, whose operations never wait, so that a stream that arrives and a
+    // renderer that is made at the same time cannot both move the sink. Sink callbacks never take it.
+    support::Mutex attaching;
+    std::weak_ptr<nxWebRtcVideoRenderer> videoRenderer GUARDED_BY(attaching);
+    std::weak_ptr<nxWebRtcAudioRenderer> audioRenderer GUARDED_BY(attaching);
+    vo_webrtc::voPointer<vo_webrtc::voVideoTrackInterface::Sink> videoSink GUARDED_BY(attaching);
+    vo_webrtc::voPointer<vo_webrtc::voAudioTrackInterface::Sink> audioSink GUARDED_BY(attaching);
+    vo_webrtc::voPointer<vo_webrtc::voVideoTrackInterface> videoTrack GUARDED_BY(attaching);
+    vo_webrtc::voPointer<vo_webrtc::voAudioTrackInterface> audioTrack GUARDED_BY(attaching);
+
+    void EnableAudioTrackByFlags() REQUIRES(attaching);
 };
