@@ -28,9 +28,10 @@ public:
     static constexpr std::uint32_t kLocalAudio = 1;  // media flags of Start
     static constexpr std::uint32_t kLocalVideo = 2;
 
-    nxWebRtcConnection(vo_webrtc::voPointer<vo_webrtc::voPeerConnectionFactoryInterface> factory,
-                       std::shared_ptr<cWebSocket> socket, std::string name, std::string sessionGuid,
-                       std::string peersIdentifier, std::string userName, std::string iceServersText);
+    nxWebRtcConnection(
+        vo_webrtc::voPointer<vo_webrtc::voPeerConnectionFactoryInterface> peerConnectionFactory,
+        std::shared_ptr<cWebSocket> sessionSocket, std::string connectionName, std::string guid,
+        std::string peer, std::string user, std::string iceServers);
     ~nxWebRtcConnection() override;
 
     // [library-thread] Send the local description. Nothing is sent without a socket.
@@ -74,8 +75,13 @@ public:
     void GetStats(std::function<void(const nxWebRtcStats&)> callback);
 
 private:
-    void OnAddStream(vo_webrtc::voPointer<vo_webrtc::voMediaStreamInterface> stream);
+    void OnAddStream(vo_webrtc::voPointer<vo_webrtc::voMediaStreamInterface> stream);  // [library-thread]
+    void AttachVideoSink(nxWebRtcRendererData& data);
+    void AttachAudioSink(nxWebRtcRendererData& data);
     void SendText(const std::string& text);
+    vo_webrtc::voPointer<vo_webrtc::voPeerConnectionInterface> CurrentPeerConnection() const;
+    vo_webrtc::voPointer<vo_webrtc::voMediaStreamInterface> RemoteStream() const;
+    std::shared_ptr<nxWebRtcRendererData> ExistingRendererData() const;
 
     // Guards the handles and texts that library threads read. Never held while calling out.
     mutable support::Mutex mutex;
@@ -84,6 +90,7 @@ private:
     vo_webrtc::voPointer<vo_webrtc::voPeerConnectionInterface> peerConnection GUARDED_BY(mutex);
     vo_webrtc::voPointer<vo_webrtc::voMediaStreamInterface> remoteStream GUARDED_BY(mutex);
     std::shared_ptr<cWebSocket> socket GUARDED_BY(mutex);
+    bool hasTallySender GUARDED_BY(mutex) = true;  // renderer data made now gets the socket as its sender
     const std::string name;
     std::string sessionGuid GUARDED_BY(mutex);
     std::string peersIdentifier GUARDED_BY(mutex);
