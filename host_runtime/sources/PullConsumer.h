@@ -11,7 +11,7 @@ struct PulledPicture {
     nxBuffer2* buffer = nullptr;  // valid during the call; AddRef to keep it. Never null
     std::int64_t presentationTimeUs = 0;
     bool isPicture = false;  // false: a plain colour, because none arrived yet or the source is muted
-    bool isNew = false;      // another buffer than the last pull gave
+    bool isNew = false;      // a picture that the last pull did not give
 };
 
 struct PulledSound {

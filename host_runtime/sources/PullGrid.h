@@ -31,4 +31,12 @@ constexpr std::int64_t PicturePullTimeUs(std::int64_t originUs, std::int64_t pic
     return originUs + whole * ticks + RoundedQuotient(rest * ticks, rate.numerator);
 }
 
+// The last pull of a timeline that is due at `nowUs`, at least `next`: pulls in between are left out.
+template <class TimeOf>
+constexpr std::int64_t LatestDue(std::int64_t next, std::int64_t nowUs, TimeOf timeOf) {
+    while (timeOf(next + 1) <= nowUs)
+        ++next;
+    return next;
+}
+
 }  // namespace host_runtime

@@ -49,7 +49,7 @@ public:
     std::string Name() const;
     std::string Address() const;
     SourceState State() const;
-    // Empty unless the source is active.
+    // Empty while nothing runs.
     std::shared_ptr<nxRenderer2> VideoRenderer() const;
     std::shared_ptr<nxRenderer2> AudioRenderer() const;
     // Steady clock; 0 before the first activation.
@@ -57,7 +57,7 @@ public:
     std::int64_t LastPictureAtUs() const { return lastPictureAtUs.load(); }
 
     // [render-thread] Whoever pulls says so when a new picture came. The first one, and the first one after
-    // a stall, is passed on to the listener.
+    // a stall, is passed on to the listener, which must return at once.
     void NotePicture(std::int64_t nowUs);
 
     // [main-thread] for the list that owns it:
@@ -68,7 +68,8 @@ public:
     void SetState(SourceState newState);
     void SetRenderers(std::shared_ptr<nxRenderer2> newVideo, std::shared_ptr<nxRenderer2> newAudio);
     void NoteActivation(std::int64_t nowUs);
-    void SetPictureListener(std::function<void()> listener);  // before the source is shared with pullers
+    // Before the source is shared with pullers.
+    void SetPictureListener(std::function<void(bool afterStall)> listener);
 
     bool audioMuted = false;
     bool videoMuted = false;
@@ -78,7 +79,7 @@ private:
     const std::string identifier;
     const bool discovered;
     zRecord settings;
-    std::function<void()> pictureListener;
+    std::function<void(bool)> pictureListener;
     std::atomic<std::int64_t> firstActivatedAtUs{0};
     std::atomic<std::int64_t> lastPictureAtUs{0};
 

@@ -52,15 +52,16 @@ public:
 
     // --- Direct sources
     // A new source at an address, running on return. A stored one of the same address keeps its
-    // identifier. Null when the address is empty or a source of this list already has it.
+    // identifier. Null when the address is no usable one, or a source already has it.
     SourcePointer Add(std::string_view address);
     // Runs a stored source; null when there is none of that identifier.
     SourcePointer Restore(std::string_view identifier);
     void RestoreAll();
     // Ends the source and forgets it, in the store too. Its address is free again.
     void Remove(std::string_view identifier);
-    // An empty address disconnects the source and keeps it.
-    void ChangeAddress(std::string_view identifier, std::string_view address);
+    // An empty address disconnects the source and keeps it. False when the address is no usable one, or is
+    // another source's.
+    bool ChangeAddress(std::string_view identifier, std::string_view address);
     // The operator pressed connect: an unchanged address is dialled at once, a changed one as above. The
     // new address stands in the settings.
     void SettingsAccepted(std::string_view identifier);
@@ -81,6 +82,7 @@ public:
 
     std::vector<SourcePointer> Sources() const { return sources; }
     SourcePointer Find(std::string_view identifier) const;
+    SourcePointer FindByAddress(std::string_view address) const;
     // Told after a source was added, removed or changed its state; may be empty.
     void SetChangeListener(std::function<void()> listener) { changeListener = std::move(listener); }
 
@@ -104,10 +106,11 @@ private:
     void ApplyControls(Source& source);
     void ForgetInPlugin(Source& source);
     void Disconnect(Source& source);
-    void Reroute(Source& source, bool addressGone);
+    void Reroute(Source& source);
     void RetryRefused();
     void Save(const Source& source);
-    void PictureReturned(const std::string& identifier);
+    void LaterOnMainThread(std::int64_t delayUs, std::function<void(SourceList&)> action);
+    void PictureReturned(const std::string& identifier, bool afterStall);
     void Changed();
 
     void ReportPhone(Phone& phone);

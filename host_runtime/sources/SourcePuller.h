@@ -24,10 +24,11 @@ class SourcePuller : private support::Counted<SourcePuller> {
 public:
     using support::Counted<SourcePuller>::Alive;
 
-    // Pulls that are late by more than this are left out; the grid goes on.
+    // Blocks of sound are caught up with unless they are later than this; late pictures are left out. The
+    // grids go on.
     static constexpr std::int64_t kGiveUpAfterUs = 500'000;
 
-    explicit SourcePuller(FrameRate frameRate);
+    explicit SourcePuller(FrameRate pullRate);
     SourcePuller(const SourcePuller&) = delete;
     SourcePuller& operator=(const SourcePuller&) = delete;
     ~SourcePuller();  // stops
@@ -53,7 +54,9 @@ private:
     using EntryPointer = std::shared_ptr<Entry>;
     using GridTime = std::function<std::int64_t(std::int64_t)>;
 
-    void RunGrid(const GridTime& timeOf, bool catchUp, const std::function<void(std::int64_t)>& pull);
+    // Pulls that are late by more than `allowedLatenessUs` are left out.
+    void RunGrid(const GridTime& timeOf, std::int64_t allowedLatenessUs,
+                 const std::function<void(std::int64_t)>& pull);
     // False when asked to stop first.
     bool WaitUntil(std::int64_t timeUs) EXCLUDES(mutex);
     void CopyEntries(std::vector<EntryPointer>& copy) const EXCLUDES(mutex);

@@ -32,15 +32,15 @@ public:
 
     // Makes the directory when it is missing and reads what is there. False, with one sentence in `error`,
     // when the directory cannot be used. A file that cannot be understood is set aside under another
-    // name, and Notices() tells of it.
+    // name, and TakeNotices() tells of it.
     bool Open(const std::filesystem::path& directory, std::string& error);
 
     const std::vector<StoredSource>& Sources() const { return sources; }
     const StoredSource* Find(std::string_view identifier) const;
-    // The first one whose address is the same phone.
+    // The first direct one whose address is the same phone.
     const StoredSource* FindByAddress(std::string_view address) const;
 
-    // Adds or replaces one and writes the file. False when it could not be written; Notices() says why,
+    // Adds or replaces one and writes the file. False when it could not be written; TakeNotices() says why,
     // and the next change tries again.
     bool Put(const StoredSource& source);
     bool Erase(std::string_view identifier);

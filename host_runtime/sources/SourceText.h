@@ -10,8 +10,6 @@ namespace host_runtime {
 // and control characters.
 bool IsUsableIdentifier(std::string_view identifier);
 
-bool IsValidUtf8(std::string_view text);
-
 // A host that a phone can be dialled at: a name or an IPv4 literal, never empty and no IPv6 literal.
 bool IsUsableHost(std::string_view host);
 

@@ -1,0 +1,52 @@
+#include "host_runtime/sources/RecordJson.h"
+
+#include <cstdint>
+#include <iterator>
+#include <limits>
+#include <nlohmann/json.hpp>
+#include <variant>
+
+namespace host_runtime {
+namespace {
+
+bool IsField(const nlohmann::json& value) {
+    return value.is_string() || value.is_boolean() || value.is_number_integer();
+}
+
+}  // namespace
+
+void WriteRecord(const zRecord& record, nlohmann::json& object) {
+    for (auto member = object.begin(); member != object.end();) {
+        const bool erased = IsField(*member) && !record.Has(zKey{std::string_view(member.key())});
+        member = erased ? object.erase(member) : std::next(member);
+    }
+    record.ForEachField([&object](const std::string& name, const zVariable::Value& value) {
+        std::visit([&](const auto& content) { object[name] = content; }, value);
+    });
+}
+
+zRecord ReadRecord(const nlohmann::json& object) {
+    zRecord record;
+    for (const auto& [name, value] : object.items()) {
+        const zKey key{std::string_view(name)};
+        if (value.is_string()) {
+            record.SetCString(key, value.get_ref<const std::string&>().c_str());
+        } else if (value.is_boolean()) {
+            record.SetBool(key, value.get<bool>());
+        } else if (value.is_number_unsigned()) {
+            const auto number = value.get<std::uint64_t>();
+            if (number <= std::numeric_limits<std::int32_t>::max()) {
+                record.SetInt32(key, static_cast<std::int32_t>(number));
+            } else {
+                record.SetUInt64(key, number);
+            }
+        } else if (value.is_number_integer()) {
+            const auto number = value.get<std::int64_t>();
+            if (number >= std::numeric_limits<std::int32_t>::min() && number < 0)
+                record.SetInt32(key, static_cast<std::int32_t>(number));
+        }
+    }
+    return record;
+}
+
+}  // namespace host_runtime
