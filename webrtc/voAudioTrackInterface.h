@@ -4,6 +4,7 @@
 #include "webrtc/voCallback.h"
 #include "webrtc/voPointer.h"
 
+#pragma GCC visibility push(default)
 namespace vo_webrtc {
 
 class voAudioTrackInterface : public voObject {
@@ -26,3 +27,4 @@ public:
 };
 
 }  // namespace vo_webrtc
+#pragma GCC visibility pop

@@ -2,6 +2,7 @@
 
 #include "webrtc/voObject.h"
 
+#pragma GCC visibility push(default)
 namespace vo_webrtc {
 
 // Base of every object that a user of the library implements: observers, sinks, the log sink. Made with
@@ -24,3 +25,4 @@ private:
 };
 
 }  // namespace vo_webrtc
+#pragma GCC visibility pop

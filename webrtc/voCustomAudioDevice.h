@@ -3,6 +3,7 @@
 #include "webrtc/voObject.h"
 #include "webrtc/voPointer.h"
 
+#pragma GCC visibility push(default)
 namespace vo_webrtc {
 
 // The audio device of a factory: plays out on a clock of its own, without a sound card.
@@ -14,3 +15,4 @@ public:
 };
 
 }  // namespace vo_webrtc
+#pragma GCC visibility pop

@@ -2,6 +2,7 @@
 
 #include "webrtc/voObject.h"
 
+#pragma GCC visibility push(default)
 namespace vo_webrtc {
 
 class voIceCandidateInterface : public voObject {
@@ -15,3 +16,4 @@ public:
 };
 
 }  // namespace vo_webrtc
+#pragma GCC visibility pop

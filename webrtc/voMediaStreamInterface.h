@@ -6,6 +6,7 @@
 #include "webrtc/voPointer.h"
 #include "webrtc/voVideoTrackInterface.h"
 
+#pragma GCC visibility push(default)
 namespace vo_webrtc {
 
 class voMediaStreamInterface : public voObject {
@@ -18,3 +19,4 @@ public:
 };
 
 }  // namespace vo_webrtc
+#pragma GCC visibility pop

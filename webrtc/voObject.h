@@ -2,6 +2,8 @@
 // of the library's edge agree on it whatever they were compiled with.
 #pragma once
 
+// A user built with hidden visibility must not hide the inline members: it has to export them.
+#pragma GCC visibility push(default)
 namespace vo_webrtc {
 
 class voObject {
@@ -27,3 +29,4 @@ private:
 };
 
 }  // namespace vo_webrtc
+#pragma GCC visibility pop

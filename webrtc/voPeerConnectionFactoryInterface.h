@@ -8,6 +8,7 @@
 #include "webrtc/voStunServer.h"
 #include "webrtc/voVideoTrackSourceInterface.h"
 
+#pragma GCC visibility push(default)
 namespace vo_webrtc {
 
 class voPeerConnectionFactoryInterface : public voObject {
@@ -30,3 +31,4 @@ public:
 };
 
 }  // namespace vo_webrtc
+#pragma GCC visibility pop

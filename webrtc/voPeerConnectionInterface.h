@@ -14,6 +14,7 @@
 #include "webrtc/voVideoTrackInterface.h"
 #include "webrtc/voVideoTrackSourceInterface.h"
 
+#pragma GCC visibility push(default)
 namespace vo_webrtc {
 
 class voPeerConnectionInterface : public voObject {
@@ -67,3 +68,4 @@ public:
 };
 
 }  // namespace vo_webrtc
+#pragma GCC visibility pop

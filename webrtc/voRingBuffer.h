@@ -2,6 +2,7 @@
 
 #include "webrtc/voObject.h"
 
+#pragma GCC visibility push(default)
 namespace vo_webrtc {
 
 // A ring of samples in library memory, for custom audio devices.
@@ -11,3 +12,4 @@ public:
 };
 
 }  // namespace vo_webrtc
+#pragma GCC visibility pop

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#pragma GCC visibility push(default)
 namespace vo_webrtc {
 
 struct voSize {
@@ -13,3 +14,4 @@ struct voSize {
 };
 
 }  // namespace vo_webrtc
+#pragma GCC visibility pop

@@ -2,6 +2,7 @@
 
 #include "webrtc/voObject.h"
 
+#pragma GCC visibility push(default)
 namespace vo_webrtc {
 
 // A planar picture in library memory, for local video sources.
@@ -11,3 +12,4 @@ public:
 };
 
 }  // namespace vo_webrtc
+#pragma GCC visibility pop

@@ -4,6 +4,7 @@
 #include "webrtc/voI420Frame.h"
 #include "webrtc/voPointer.h"
 
+#pragma GCC visibility push(default)
 namespace vo_webrtc {
 
 class voVideoTrackInterface : public voObject {
@@ -24,3 +25,4 @@ public:
 };
 
 }  // namespace vo_webrtc
+#pragma GCC visibility pop

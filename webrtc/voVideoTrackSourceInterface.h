@@ -2,6 +2,7 @@
 
 #include "webrtc/voObject.h"
 
+#pragma GCC visibility push(default)
 namespace vo_webrtc {
 
 // Where a local video track gets its pictures from.
@@ -11,3 +12,4 @@ public:
 };
 
 }  // namespace vo_webrtc
+#pragma GCC visibility pop
