@@ -2,6 +2,7 @@
 // messages mean.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -14,9 +15,9 @@ namespace web_server {
 class WebSocketConnection {
 public:
     virtual ~WebSocketConnection() = default;
-    virtual void Send(std::string text) = 0;  // [any-thread] never blocks; whole and in order
-    virtual void Close() = 0;                 // [any-thread] with a close frame; calls no handler
-    virtual std::string RemoteAddress() const = 0;
+    virtual void Send(std::string text) = 0;        // [any-thread] never blocks; whole and in order
+    virtual void Close() = 0;                       // [any-thread] with a close frame; calls no handler
+    virtual std::string RemoteAddress() const = 0;  // [any-thread] address and port
 };
 
 // All handlers run on the server's network thread, never after Stop() returned.
@@ -32,7 +33,10 @@ struct WebSocketServerOptions {
     std::uint16_t port = 0;  // 0 lets the system choose
     std::string path = "/";  // others are answered with 404
     std::size_t maximumMessageBytes = std::size_t{1} << 20;
-    std::size_t maximumConnections = 64;
+    std::size_t maximumConnections = 64;                    // more are turned away
+    std::size_t maximumQueuedBytes = std::size_t{8} << 20;  // a client that lets more pile up is dropped
+    std::chrono::milliseconds handshakeLimit{5000};
+    std::chrono::milliseconds silenceLimit{30000};  // a client that answers no ping for so long is dropped
 };
 
 class WebSocketServer {
