@@ -1,0 +1,321 @@
+#include "host_runtime/network/WebSocketTransport.h"
+
+#include <algorithm>
+#include <boost/asio/post.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/http/error.hpp>
+#include <boost/beast/websocket/stream.hpp>
+#include <utility>
+
+#include "host_runtime/network/HandshakeAnswer.h"
+#include "host_runtime/network/Wire.h"
+#include "support/send_queue.h"
+
+namespace host_runtime {
+
+namespace beast = boost::beast;
+namespace websocket = boost::beast::websocket;
+using boost::system::error_code;
+
+// Found by Beast. The transport itself closes the wire, within a time limit.
+void beast_close_socket(Wire& wire) {
+    wire.Close();
+}
+
+void teardown(beast::role_type, Wire&, error_code& error) {
+    error = {};
+}
+
+template <class Handler>
+void async_teardown(beast::role_type, Wire& wire, Handler&& handler) {
+    boost::asio::post(wire.get_executor(), [handler = std::forward<Handler>(handler)]() mutable {
+        std::move(handler)(error_code{});
+    });
+}
+
+namespace {
+
+using Error = cWebSocket::Error;
+using Clock = std::chrono::steady_clock;
+
+constexpr double kLongestConnectSeconds = 3600.0;
+constexpr int kMostPingsWanted = 16;
+
+Clock::duration ConnectTime(double seconds) {
+    const double bounded = seconds > 0.0 ? std::min(seconds, kLongestConnectSeconds) : 0.0;  // NaN is 0
+    return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(bounded));
+}
+
+template <class Enum>
+bool IsOfCategory(const error_code& error, Enum example) {
+    return error.category() == make_error_code(example).category();
+}
+
+Error HandshakeError(const error_code& error) {
+    if (error == beast::http::error::end_of_stream || error == beast::http::error::partial_message)
+        return Error::ConnectFailed;
+    const bool notOurProtocol = IsOfCategory(error, beast::http::error::end_of_stream) ||
+                                IsOfCategory(error, websocket::error::closed);
+    return notOurProtocol ? Error::Permanent : Error::ConnectFailed;
+}
+
+Error ReadError(const error_code& error) {
+    return IsOfCategory(error, websocket::error::closed) ? Error::Protocol : Error::Lost;
+}
+
+class BeastTransport final : public WebSocketTransport, public std::enable_shared_from_this<BeastTransport> {
+public:
+    BeastTransport(Target toDial, std::weak_ptr<WebSocketListener> toTell, std::uint64_t itsGeneration)
+        : target(std::move(toDial)),
+          listener(std::move(toTell)),
+          generation(itsGeneration),
+          bytes(target.url.secure ? MakeTlsStream(target.settings.extraCaFile) : MakePlainStream()),
+          socket(bytes),
+          queue(target.settings.maximumQueuedBytes) {}
+
+    void Start() override { Post(&BeastTransport::Connect); }
+    void Ping() override { Post(&BeastTransport::SendPing); }
+    void Close() override { Post(&BeastTransport::SayGoodbye); }
+
+    void Send(std::string text) override {
+        if (queue.Push(std::move(text)) != support::SendQueue::Pushed::Behind) Post(&BeastTransport::Flush);
+    }
+
+private:
+    // Farewell: closed here, flushing and saying goodbye. PeerClosed: a close frame came, its answer is on
+    // the way. The listener has heard the end in PeerClosed and Done.
+    enum class Phase { Connecting, Open, Farewell, PeerClosed, Done };
+
+    void Post(void (BeastTransport::*step)()) {
+        boost::asio::post(NetworkContext(), [self = shared_from_this(), step] { (*self.*step)(); });
+    }
+
+    template <class Event>
+    void Tell(Event event) {
+        if (const auto hearer = listener.lock()) event(*hearer);
+    }
+
+    void After(Clock::duration delay, void (BeastTransport::*step)()) {
+        timer.expires_after(delay);
+        timer.async_wait([self = shared_from_this(), step, number = ++timerNumber](const error_code& error) {
+            if (!error && number == self->timerNumber) (*self.*step)();
+        });
+    }
+
+    // Connecting
+
+    void Connect() {
+        if (phase != Phase::Connecting) return;
+        After(ConnectTime(target.connectTimeoutSeconds), &BeastTransport::OnConnectTimeout);
+        bytes->Connect(target.url, [self = shared_from_this()](std::optional<Error> error) {
+            if (error) {
+                self->Fail(*error);
+            } else {
+                self->Handshake();
+            }
+        });
+    }
+
+    void OnConnectTimeout() { Fail(Error::ConnectFailed); }
+
+    void Handshake() {
+        if (phase != Phase::Connecting) return;
+        socket.next_layer().onReceived = [this](std::string_view received) { JudgeAnswer(received); };
+        socket.set_option(websocket::stream_base::decorator([](websocket::request_type& request) {
+            request.set(beast::http::field::user_agent, "Halyard");
+        }));
+        socket.async_handshake(target.url.hostHeader, target.url.target,
+                               [self = shared_from_this()](const error_code& error) {
+                                   if (error) {
+                                       self->Fail(HandshakeError(error));
+                                   } else {
+                                       self->OnHandshaken();
+                                   }
+                               });
+    }
+
+    // Tells a server that never becomes a WebSocket from one that is only slow, also when its answer has
+    // no end.
+    void JudgeAnswer(std::string_view received) {
+        answer.append(received.substr(0, kJudgedBytes - std::min(kJudgedBytes, answer.size())));
+        if (IsRefusal(answer)) Fail(Error::Permanent);
+    }
+
+    void Fail(Error error) {
+        if (phase != Phase::Connecting) return;
+        Finish();
+        Tell([&](WebSocketListener& hearer) { hearer.OnConnectFailed(generation, error); });
+    }
+
+    void OnHandshaken() {
+        if (phase != Phase::Connecting) return;
+        phase = Phase::Open;
+        lastReceived = Clock::now();
+        socket.next_layer().onReceived = [this](std::string_view) { lastReceived = Clock::now(); };
+        socket.text(true);
+        socket.auto_fragment(false);
+        socket.read_message_max(target.settings.maximumMessageBytes);
+        socket.control_callback([this](websocket::frame_type kind, beast::string_view) {
+            if (kind == websocket::frame_type::close) OnCloseFrame();
+        });
+        After(target.settings.pingInterval, &BeastTransport::CheckLiveness);
+        Tell([&](WebSocketListener& hearer) { hearer.OnOpened(generation); });
+        Read();
+    }
+
+    // Receiving
+
+    void Read() {
+        socket.async_read(incoming, [self = shared_from_this()](const error_code& error, std::size_t) {
+            if (error) {
+                self->OnReadError(error);
+                return;
+            }
+            self->OnRead();
+            self->Read();
+        });
+    }
+
+    void OnRead() {
+        if (phase == Phase::Open && socket.got_text()) {
+            *static_cast<char*>(incoming.prepare(1).data()) = '\0';
+            const auto* text = static_cast<const char*>(incoming.data().data());
+            Tell([&](WebSocketListener& hearer) { hearer.OnMessage(generation, text); });
+        }
+        incoming.consume(incoming.size());
+    }
+
+    void OnReadError(const error_code& error) {
+        if (phase == Phase::Open) {
+            End(ReadError(error));
+        } else {
+            Finish();
+        }
+    }
+
+    void OnCloseFrame() {
+        if (phase != Phase::Open && phase != Phase::Farewell) return;
+        const bool untold = phase == Phase::Open;
+        phase = Phase::PeerClosed;
+        if (!untold) return;
+        After(target.settings.closingLimit, &BeastTransport::Finish);
+        Tell([&](WebSocketListener& hearer) { hearer.OnEnded(generation, std::nullopt); });
+    }
+
+    void CheckLiveness() {
+        if (phase != Phase::Open) return;
+        const Clock::duration silence = Clock::now() - lastReceived;
+        if (silence >= target.settings.silenceLimit) {
+            End(Error::Lost);
+            return;
+        }
+        if (!pinging) SendPing();
+        const Clock::duration rest = target.settings.silenceLimit - silence;
+        After(std::min<Clock::duration>(rest, target.settings.pingInterval), &BeastTransport::CheckLiveness);
+    }
+
+    // Sending
+
+    void Flush() {
+        if (phase == Phase::Open && queue.HasOverflown()) {
+            End(Error::Lost);
+            return;
+        }
+        if (writing || (phase != Phase::Open && phase != Phase::Farewell)) return;
+        const std::string* text = queue.Front();
+        if (text == nullptr) {
+            SealWhenIdle();
+            return;
+        }
+        writing = true;
+        socket.async_write(boost::asio::buffer(*text),
+                           [self = shared_from_this()](const error_code& error, std::size_t) {
+                               self->writing = false;
+                               self->queue.PopFront();
+                               self->OnSent(error);
+                               self->Flush();
+                           });
+    }
+
+    void SendPing() {
+        if (phase != Phase::Open) return;
+        if (pinging) {
+            pingsWanted = std::min(pingsWanted + 1, kMostPingsWanted);
+            return;
+        }
+        pinging = true;
+        socket.async_ping({}, [self = shared_from_this()](const error_code& error) {
+            self->pinging = false;
+            self->OnSent(error);
+            if (self->pingsWanted > 0) {
+                --self->pingsWanted;
+                self->SendPing();
+            }
+            self->SealWhenIdle();
+        });
+    }
+
+    void OnSent(const error_code& error) {
+        if (!error) return;
+        if (phase == Phase::Open) End(Error::Lost);
+        if (phase == Phase::Farewell) Finish();
+    }
+
+    // Ending
+
+    void End(Error error) {
+        Finish();
+        Tell([&](WebSocketListener& hearer) { hearer.OnEnded(generation, error); });
+    }
+
+    void SayGoodbye() {
+        if (phase == Phase::Connecting) Finish();
+        if (phase != Phase::Open) return;
+        phase = Phase::Farewell;
+        After(target.settings.closingLimit, &BeastTransport::Finish);
+        Flush();
+    }
+
+    // The goodbye is not left to Beast: its closing operation and a protocol error in its reading
+    // operation can wait for each other.
+    void SealWhenIdle() {
+        if (phase != Phase::Farewell || sealed || writing || pinging || queue.Front() != nullptr) return;
+        sealed = true;
+        socket.next_layer().Seal(NormalCloseFrame());
+    }
+
+    void Finish() {
+        phase = Phase::Done;
+        ++timerNumber;
+        timer.cancel();
+        bytes->Close();
+    }
+
+    const Target target;
+    const std::weak_ptr<WebSocketListener> listener;
+    const std::uint64_t generation;
+    const std::shared_ptr<ByteStream> bytes;
+    websocket::stream<Wire, false> socket;
+    boost::asio::steady_timer timer{NetworkContext()};
+    std::uint64_t timerNumber = 0;
+    Phase phase = Phase::Connecting;
+    std::string answer;
+    beast::flat_buffer incoming;
+    Clock::time_point lastReceived;
+    support::SendQueue queue;
+    bool writing = false;
+    bool pinging = false;
+    bool sealed = false;
+    int pingsWanted = 0;
+};
+
+}  // namespace
+
+std::shared_ptr<WebSocketTransport> WebSocketTransport::Make(Target target,
+                                                             std::weak_ptr<WebSocketListener> listener,
+                                                             std::uint64_t generation) {
+    return std::make_shared<BeastTransport>(std::move(target), std::move(listener), generation);
+}
+
+}  // namespace host_runtime

@@ -1,0 +1,71 @@
+#include "tests/contract/web_socket/SocketLog.h"
+
+#include <boost/asio/post.hpp>
+#include <chrono>
+#include <future>
+#include <utility>
+
+#include "host_runtime/network/NetworkThread.h"
+#include "host_runtime/network/WebSocketClient.h"
+
+namespace tests {
+namespace {
+
+constexpr std::chrono::seconds kPatience{8};
+
+std::string CodeText(cWebSocket::Error error) {
+    return std::to_string(static_cast<std::int32_t>(error));
+}
+
+}  // namespace
+
+std::shared_ptr<SocketLog> SocketLog::Of(cWebSocket& socket) {
+    auto log = std::make_shared<SocketLog>();
+    socket.onOpen = [log](const std::shared_ptr<cWebSocket>&) { log->Write("open"); };
+    socket.onError = [log](cWebSocket::Error error) { log->Write("error " + CodeText(error)); };
+    socket.onMessage = [log](const char* text) { log->Write(std::string("message ") + text); };
+    socket.onClose = [log](std::optional<cWebSocket::Error> error, bool wasClean) {
+        std::string line = "close";
+        if (error) line.append(" ").append(CodeText(*error));
+        if (wasClean) line.append(" clean");
+        log->Write(std::move(line));
+    };
+    return log;
+}
+
+void SocketLog::Write(std::string line) {
+    const support::MutexLock lock(mutex);
+    lines.push_back(std::move(line));
+    changed.NotifyAll();
+}
+
+std::vector<std::string> SocketLog::Lines() const {
+    const support::MutexLock lock(mutex);
+    return lines;
+}
+
+std::vector<std::string> SocketLog::WaitForLines(std::size_t count) const {
+    const auto deadline = std::chrono::steady_clock::now() + kPatience;
+    const support::MutexLock lock(mutex);
+    while (lines.size() < count) {
+        if (!changed.WaitUntil(mutex, deadline)) break;
+    }
+    return lines;
+}
+
+void PassNetworkThread() {
+    std::promise<void> passed;
+    boost::asio::post(host_runtime::NetworkContext(), [&passed] { passed.set_value(); });
+    passed.get_future().wait();
+}
+
+bool AllSocketsGone() {
+    const auto deadline = std::chrono::steady_clock::now() + kPatience;
+    while (host_runtime::WebSocketClient::Alive() + host_runtime::WebSocketTransport::Alive() != 0) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        PassNetworkThread();
+    }
+    return true;
+}
+
+}  // namespace tests
