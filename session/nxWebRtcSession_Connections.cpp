@@ -105,7 +105,6 @@ void nxWebRtcSession::SetTallyValue(std::uint32_t value) {
 }
 
 void nxWebRtcSession::ApplyTally(const std::shared_ptr<nxWebRtcConnection>& connection) {
-    if (!Socket()) connection->ClearTallySender();  // a change now is sent after the next start
     // Without a phone nobody would get the message, and it would count as sent.
     const std::string peerIdentifier = connection->GetPeersIdentifier();
     if (!peerIdentifier.empty()) SetPeerTallyState(peerIdentifier, static_cast<std::int32_t>(tallyValue));
