@@ -4,9 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <system_error>
-#include <vector>
 
 #include "support/scope_guard.h"
 
@@ -45,12 +43,15 @@ std::filesystem::path DirectoryOf(const std::filesystem::path& file) {
 
 // A fresh file beside `file`, open for writing; its name is stored in `path`. -1 when there can be none.
 int OpenTemporary(const std::filesystem::path& file, std::filesystem::path& path) {
-    const std::string pattern = (DirectoryOf(file) / ("." + file.filename().string() + ".XXXXXX")).string();
-    std::vector<char> name(pattern.begin(), pattern.end());
-    name.push_back('\0');
-    const int descriptor = ::mkostemp(name.data(), O_CLOEXEC);
-    path = name.data();
-    return descriptor;
+    constexpr int kMostTries = 1000;  // names that a crash left behind
+    const std::string beside = (DirectoryOf(file) / ".").string();
+    const std::string base = beside + file.filename().string() + "." + std::to_string(::getpid());
+    for (int number = 0; number < kMostTries; ++number) {
+        path = base + "-" + std::to_string(number);
+        const int descriptor = ::open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666);
+        if (descriptor >= 0 || errno != EEXIST) return descriptor;
+    }
+    return -1;
 }
 
 }  // namespace
