@@ -1,0 +1,48 @@
+// The one pipeline that encodes for all phones and clients: raw pictures and sound in, coded ones out.
+#pragma once
+
+#include <gst/app/app.h>
+
+#include <memory>
+#include <string>
+
+#include "apps/petrel/EncodedFanOut.h"
+#include "apps/petrel/GstHandles.h"
+#include "apps/petrel/SimulateOptions.h"
+
+namespace petrel {
+
+class EncoderPipeline {
+public:
+    // Null with a sentence in `error` when an encoder is missing. The fan-out must outlive it.
+    static std::unique_ptr<EncoderPipeline> Make(const SimulateOptions& options, bool withAudio,
+                                                 EncodedFanOut& fanOut, std::string& error);
+    ~EncoderPipeline();
+    EncoderPipeline(const EncoderPipeline&) = delete;
+    EncoderPipeline& operator=(const EncoderPipeline&) = delete;
+
+    // All pipelines share this clock and base time, so one timestamp means the same moment in each.
+    GstClock* Clock() const { return clock.get(); }
+    GstClockTime BaseTime() const { return baseTime; }
+
+    // [any-thread] The next picture pushed becomes a key picture.
+    void ForceKeyPicture();
+    void PushPicture(GstHandle<GstBuffer> picture, GstClockTime time);
+    void PushSound(GstHandle<GstBuffer> block, GstClockTime time);
+
+private:
+    explicit EncoderPipeline(EncodedFanOut& toFeed) : fanOut(toFeed) {}
+    bool Build(const SimulateOptions& options, bool withAudio, std::string& error);
+    static GstFlowReturn OnVideoSample(GstAppSink* sink, gpointer self);
+    static GstFlowReturn OnAudioSample(GstAppSink* sink, gpointer self);
+
+    EncodedFanOut& fanOut;
+    GstHandle<GstElement> pipeline;
+    GstHandle<GstElement> videoEncoder;
+    GstHandle<GstAppSrc> videoInput;
+    GstHandle<GstAppSrc> audioInput;
+    GstHandle<GstClock> clock;
+    GstClockTime baseTime = 0;
+};
+
+}  // namespace petrel

@@ -1,0 +1,74 @@
+// Live media, encoded once for whoever streams: paces the sources by the clock, feeds the encoder, and makes
+// key pictures when clients need them.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "apps/petrel/EncodedFanOut.h"
+#include "apps/petrel/EncoderPipeline.h"
+#include "apps/petrel/MediaSource.h"
+#include "apps/petrel/SimulateOptions.h"
+#include "support/annotated_mutex.h"
+#include "support/object_count.h"
+
+namespace petrel {
+
+class SharedEncoder : private support::Counted<SharedEncoder> {
+public:
+    using Counted::Alive;
+
+    // `audio` null: no sound. Null with a sentence in `error` when it cannot be made.
+    static std::unique_ptr<SharedEncoder> Make(const SimulateOptions& options,
+                                               std::unique_ptr<VideoSource> video,
+                                               std::unique_ptr<AudioSource> audio, std::string& error);
+    ~SharedEncoder();
+
+    bool HasAudio() const { return audioSource != nullptr; }
+    VideoCodec Codec() const { return codec; }
+
+    // Give a client's pipeline the time that the coded media is stamped with.
+    void ShareTimeWith(GstElement* pipeline) const;
+
+    // [any-thread] Streams to the client until Unsubscribe; its first picture is a new key picture.
+    int Subscribe(ClientInputs inputs);
+    void Unsubscribe(int number) { fanOut.Remove(number); }
+
+    // [any-thread] A client lost pictures. Wishes in quick succession are answered by one key picture.
+    void RequestKeyPicture() { keyPictureRequested = true; }
+
+private:
+    SharedEncoder(const SimulateOptions& options, std::unique_ptr<VideoSource> video,
+                  std::unique_ptr<AudioSource> audio);
+    void Run();
+    bool WaitUntil(std::int64_t mediaTimeNs);  // false when stopping
+    std::int64_t MediaTimeNs() const;
+    bool IsNeeded(std::int64_t mediaTimeNs);
+    void DeliverPicture();
+    void DeliverSound();
+
+    const VideoCodec codec;
+    const int framesPerSecond;
+    const std::unique_ptr<VideoSource> videoSource;  // used by the pump thread only, like audioSource
+    const std::unique_ptr<AudioSource> audioSource;
+    EncodedFanOut fanOut;
+    std::unique_ptr<EncoderPipeline> encoder;
+    std::atomic<bool> keyPictureRequested{false};
+
+    // Pump thread only.
+    std::int64_t nextPicture = 0;
+    std::int64_t nextSoundBlock = 0;
+    std::int64_t lastKeyPictureNs = 0;
+    std::int64_t lastWarningNs = 0;
+    std::int64_t warmUpUntilNs = 0;
+
+    support::Mutex mutex;
+    support::Condition changed;
+    bool stopping GUARDED_BY(mutex) = false;
+    std::thread pump;
+};
+
+}  // namespace petrel

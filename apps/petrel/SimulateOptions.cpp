@@ -1,0 +1,134 @@
+#include "apps/petrel/SimulateOptions.h"
+
+#include <arpa/inet.h>
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <sstream>
+
+#include "support/frame_stamp.h"
+
+namespace petrel {
+namespace {
+
+constexpr int kUsageError = 2;
+constexpr int kMaximumPhones = 64;
+constexpr int kMaximumWidth = 3840;
+constexpr int kMaximumHeight = 2160;
+
+std::optional<int> ReadNumber(const std::string& text) {
+    int value = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value);
+    if (error != std::errc() || stop != end) return std::nullopt;
+    return value;
+}
+
+// Empty when the text is a usable size; both numbers even, because the colour planes are half as large.
+std::string ReadSize(const std::string& text, SimulateOptions& options) {
+    const std::size_t cross = text.find('x');
+    if (cross == std::string::npos) return "a size looks like 1280x720";
+    const std::optional<int> width = ReadNumber(text.substr(0, cross));
+    const std::optional<int> height = ReadNumber(text.substr(cross + 1));
+    if (!width || !height) return "a size looks like 1280x720";
+    if (*width % 2 != 0 || *height % 2 != 0) return "width and height must be even";
+    if (*width < support::frame_stamp::kMinimumWidth || *height < support::frame_stamp::kMinimumHeight ||
+        *width > kMaximumWidth || *height > kMaximumHeight) {
+        return fmt::format("the size must be between {}x{} and {}x{}", support::frame_stamp::kMinimumWidth,
+                           support::frame_stamp::kMinimumHeight, kMaximumWidth, kMaximumHeight);
+    }
+    options.width = *width;
+    options.height = *height;
+    return {};
+}
+
+// A client takes a phone without a name, or with the client's own one, for an echo of itself.
+std::string CheckName(const std::string& name) {
+    if (name.empty()) return "the name must not be empty";
+    if (name == "Halyard") return "the name \"Halyard\" belongs to the other side";
+    return {};
+}
+
+}  // namespace
+
+CommandLine ReadCommandLine(int argc, const char* const* argv) {
+    SimulateOptions options;
+    std::string listen = options.addresses.front();
+    int phones = 1;
+
+    CLI::App program{"The phone side: cameras that a host takes live pictures and sound from."};
+    program.name("petrel");
+    program.require_subcommand(1);
+    CLI::App* simulate = program.add_subcommand("simulate", "Be one or several phones, for development.");
+    simulate->add_option("--listen", listen,
+                         "IPv4 address to listen on, always port 9001 (default 127.0.0.2)");
+    simulate
+        ->add_option("--phones", phones, "number of phones, on addresses from --listen upward (default 1)")
+        ->check(CLI::Range(1, kMaximumPhones));
+    simulate->add_option("--video", options.video, "\"pattern\", or a file to loop (default pattern)");
+    simulate
+        ->add_option_function<std::string>(
+            "--size",
+            [&options](const std::string& text) {
+                const std::string problem = ReadSize(text, options);
+                if (!problem.empty()) throw CLI::ValidationError("--size", problem);
+            },
+            "picture size (default 1280x720)")
+        ->type_name("WxH");
+    simulate->add_option("--fps", options.framesPerSecond, "pictures per second (default 30)")
+        ->check(CLI::Range(1, 120));
+    simulate->add_option("--codec", options.codec, "h264 or vp8 (default h264)")
+        ->transform(CLI::CheckedTransformer(
+            std::map<std::string, VideoCodec>{{"h264", VideoCodec::H264}, {"vp8", VideoCodec::Vp8}}));
+    simulate->add_option("--audio", options.audio, "\"beeps\", \"none\", or a file to loop (default beeps)");
+    CLI::Option* name = simulate->add_option("--name", options.name,
+                                             "user name (default: \"Petrel simulator\" and a number)");
+    simulate->add_option("--bitrate", options.bitrateKbits, "kilobits per second of video (default: by size)")
+        ->check(CLI::Range(50, 100'000));
+    simulate->add_flag("--quiet", options.quiet, "say only what goes wrong");
+
+    try {
+        program.parse(argc, argv);
+        options.addresses = AddressesFrom(listen, phones);
+        if (options.addresses.empty()) {
+            throw CLI::ValidationError("--listen", "not an IPv4 address with room for all phones");
+        }
+        if (name->count() > 0) {
+            const std::string problem = CheckName(options.name);
+            if (!problem.empty()) throw CLI::ValidationError("--name", problem);
+        }
+    } catch (const CLI::ParseError& error) {
+        std::ostringstream out;
+        const int code = program.exit(error, out, out);
+        return {std::nullopt, out.str(), code == 0 ? 0 : kUsageError};
+    }
+    return {options, {}, 0};
+}
+
+std::vector<std::string> AddressesFrom(const std::string& first, int count) {
+    in_addr parsed{};
+    if (count < 1 || inet_pton(AF_INET, first.c_str(), &parsed) != 1) return {};
+    const std::uint32_t start = ntohl(parsed.s_addr);
+    const auto steps = static_cast<std::uint32_t>(count - 1);
+    if (start > UINT32_MAX - steps) return {};
+    std::vector<std::string> addresses;
+    for (std::uint32_t step = 0; step <= steps; ++step) {
+        const in_addr address{htonl(start + step)};
+        char text[INET_ADDRSTRLEN] = {};
+        inet_ntop(AF_INET, &address, text, sizeof text);
+        addresses.emplace_back(text);
+    }
+    return addresses;
+}
+
+int VideoBitrateKbits(const SimulateOptions& options) {
+    if (options.bitrateKbits > 0) return options.bitrateKbits;
+    constexpr double kBitsPerPixel = 0.1;
+    const double kbits = kBitsPerPixel * options.width * options.height * options.framesPerSecond / 1000.0;
+    return std::clamp(static_cast<int>(kbits), 300, 20'000);
+}
+
+}  // namespace petrel

@@ -1,0 +1,41 @@
+// What `petrel simulate` was asked to do.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace petrel {
+
+enum class VideoCodec { H264, Vp8 };
+
+struct SimulateOptions {
+    std::vector<std::string> addresses{"127.0.0.2"};  // one phone on each
+    std::string video = "pattern";                    // or a file
+    std::string audio = "beeps";                      // or "none", or a file
+    int width = 1280;
+    int height = 720;
+    int framesPerSecond = 30;
+    VideoCodec codec = VideoCodec::H264;
+    std::string name;      // empty: a default for each address
+    int bitrateKbits = 0;  // 0: by size and frame rate
+    bool quiet = false;
+};
+
+// Either options to run with, or a text to show (help, or what was wrong) and an exit code.
+struct CommandLine {
+    std::optional<SimulateOptions> options;
+    std::string text;
+    int exitCode = 0;
+};
+
+CommandLine ReadCommandLine(int argc, const char* const* argv);
+
+// `count` IPv4 addresses from `first` upward; empty when `first` is none or the range leaves the address
+// space.
+std::vector<std::string> AddressesFrom(const std::string& first, int count);
+
+// The asked bitrate, or one that suits the size and the frame rate.
+int VideoBitrateKbits(const SimulateOptions& options);
+
+}  // namespace petrel

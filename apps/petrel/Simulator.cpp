@@ -1,0 +1,54 @@
+#include "apps/petrel/Simulator.h"
+
+#include <utility>
+
+#include "apps/petrel/BeepTone.h"
+#include "apps/petrel/FileSource.h"
+#include "apps/petrel/PatternSource.h"
+
+namespace petrel {
+namespace {
+
+std::unique_ptr<VideoSource> MakeVideo(const SimulateOptions& options, std::string& error) {
+    if (options.video == "pattern") return std::make_unique<PatternSource>(options.width, options.height);
+    return FileVideoSource::Open(options.video, options.width, options.height, options.framesPerSecond,
+                                 error);
+}
+
+std::unique_ptr<AudioSource> MakeAudio(const SimulateOptions& options, std::string& error) {
+    if (options.audio == "none") return nullptr;
+    if (options.audio == "beeps") return std::make_unique<BeepTone>();
+    return FileAudioSource::Open(options.audio, error);
+}
+
+}  // namespace
+
+std::unique_ptr<Simulator> Simulator::Start(const SimulateOptions& options, std::uint16_t port,
+                                            std::string& error) {
+    error.clear();
+    std::unique_ptr<VideoSource> video = MakeVideo(options, error);
+    std::unique_ptr<AudioSource> audio = error.empty() ? MakeAudio(options, error) : nullptr;
+    if (!error.empty()) return nullptr;
+
+    std::unique_ptr<Simulator> simulator(new Simulator);
+    simulator->encoder = SharedEncoder::Make(options, std::move(video), std::move(audio), error);
+    if (simulator->encoder == nullptr) return nullptr;
+    const Studio studio{simulator->loop, *simulator->encoder};
+    for (const std::string& address : options.addresses) {
+        PhoneIdentity identity = MakePhoneIdentity(address, options.name, options.addresses.size() > 1);
+        std::shared_ptr<Phone> phone = Phone::Listen(std::move(identity), studio, port, error);
+        if (phone == nullptr) return nullptr;
+        simulator->phones.push_back(std::move(phone));
+    }
+    return simulator;
+}
+
+// Servers first, so that nothing new comes; then all media on the control thread; the encoder last.
+Simulator::~Simulator() {
+    for (const std::shared_ptr<Phone>& phone : phones)
+        phone->Stop();
+    loop.Stop();
+    phones.clear();
+}
+
+}  // namespace petrel

@@ -1,0 +1,63 @@
+// petrel: the phone side.
+#include <gst/gst.h>
+#include <pthread.h>
+#include <spdlog/sinks/stdout_color_sinks.h>
+#include <spdlog/spdlog.h>
+
+#include <csignal>
+#include <iostream>
+
+#include "apps/petrel/SimulateOptions.h"
+#include "apps/petrel/Simulator.h"
+
+namespace {
+
+constexpr int kCannotStart = 2;
+
+void SetUpLog(bool quiet) {
+    auto logger = spdlog::stderr_color_mt("petrel");
+    logger->set_pattern("%H:%M:%S.%e %^%l%$ %v");
+    logger->set_level(quiet ? spdlog::level::warn : spdlog::level::info);
+    spdlog::set_default_logger(std::move(logger));
+}
+
+// Blocked before the first thread starts, so that every thread inherits it and only the wait below sees them.
+sigset_t BlockEndSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    std::signal(SIGPIPE, SIG_IGN);
+    return signals;
+}
+
+int Simulate(const petrel::SimulateOptions& options) {
+    const sigset_t signals = BlockEndSignals();
+    gst_init(nullptr, nullptr);
+    std::string error;
+    const auto simulator = petrel::Simulator::Start(options, petrel::kPhonePort, error);
+    if (simulator == nullptr) {
+        spdlog::error(error);
+        return kCannotStart;
+    }
+    int received = 0;
+    sigwait(&signals, &received);
+    spdlog::info("ending");
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const petrel::CommandLine commandLine = petrel::ReadCommandLine(argc, argv);
+    if (!commandLine.options) {
+        (commandLine.exitCode == 0 ? std::cout : std::cerr) << commandLine.text;
+        return commandLine.exitCode;
+    }
+    SetUpLog(commandLine.options->quiet);
+    const int exitCode = Simulate(*commandLine.options);
+    gst_deinit();
+    spdlog::shutdown();
+    return exitCode;
+}
