@@ -2,11 +2,11 @@
 
 #include <cstring>
 
-SampleRing::SampleRing() : data(std::make_unique<std::uint8_t[]>(kSize)) {}
+SampleRing::SampleRing() : data(std::make_unique<Bytes>()) {}
 
 void SampleRing::Clear() {
     const support::MutexLock lock(mutex);
-    std::memset(data.get(), 0, kSize);
+    std::memset(data->at, 0, kSize);
 }
 
 bool SampleRing::Write(std::uint64_t position, const std::uint8_t* source, std::int64_t count) {

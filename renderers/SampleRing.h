@@ -27,8 +27,8 @@ public:
         const std::uint64_t untilEnd = std::min(length, kSize - start);
 
         const support::MutexLock lock(mutex);
-        handler(data.get() + start, untilEnd);
-        if (untilEnd < length) handler(data.get(), length - untilEnd);
+        handler(data->at + start, untilEnd);
+        if (untilEnd < length) handler(data->at, length - untilEnd);
         return true;
     }
 
@@ -36,6 +36,11 @@ public:
     bool Read(std::uint64_t position, std::uint8_t* destination, std::int64_t count);
 
 private:
+    // Aligned like the blocks of sound read from it, which makes their copies cheap.
+    struct alignas(64) Bytes {
+        std::uint8_t at[kSize] = {};
+    };
+
     support::Mutex mutex;
-    const std::unique_ptr<std::uint8_t[]> data;  // the bytes are guarded by the mutex
+    const std::unique_ptr<Bytes> data;  // the bytes are guarded by the mutex
 };

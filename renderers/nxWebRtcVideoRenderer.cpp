@@ -86,8 +86,8 @@ zStatus nxWebRtcVideoRenderer::BufferForParameters(nxBuffer2** out, const nx_ren
             if (latestFrame->Timestamp() == nxBuffer2::kTimestampUnset) {
                 latestFrame->SetTimestamp(params.presentationTimeUs);
             }
-            width.store(latestFrame->GetDisplayWidth(), std::memory_order_relaxed);
-            height.store(latestFrame->GetDisplayHeight(), std::memory_order_relaxed);
+            width.store(latestSize.width, std::memory_order_relaxed);
+            height.store(latestSize.height, std::memory_order_relaxed);
             latestFrame->AddRef();
             *out = latestFrame;
             return kStatusOk;
@@ -135,9 +135,11 @@ void nxWebRtcVideoRenderer::OnVideoFrame(const vo_webrtc::voI420Frame& frame) {
 
     Convert(frame, *buffer);
     buffer->SetTimestamp(nxBuffer2::kTimestampUnset);
+    const vo_webrtc::voSize size = {buffer->GetDisplayWidth(), buffer->GetDisplayHeight()};
     {
         const support::MutexLock lock(frameLock);
         std::swap(latestFrame, buffer);
+        latestSize = size;
     }
     if (buffer != nullptr) buffer->Release();  // the previous one, outside the lock that pulls wait for
 }

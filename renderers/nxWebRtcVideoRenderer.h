@@ -12,6 +12,7 @@
 #include "host/renderer/nxXISourcePlugs.h"
 #include "support/annotated_mutex.h"
 #include "support/object_count.h"
+#include "webrtc/voSize.h"
 #include "webrtc/voVideoTrackInterface.h"
 
 class nxWebRtcRendererData;
@@ -57,6 +58,8 @@ private:
     std::atomic<std::int32_t> height{0};
     support::Mutex frameLock;
     nxBuffer2* latestFrame GUARDED_BY(frameLock) = nullptr;  // with a reference of ours
+    // Its display size, looked up once per frame because pulls are far more frequent.
+    vo_webrtc::voSize latestSize GUARDED_BY(frameLock);
     const std::weak_ptr<nxWebRtcRendererData> rendererData;
 };
 

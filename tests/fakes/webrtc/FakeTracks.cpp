@@ -33,7 +33,20 @@ void FakeSinks<Sink>::Add(const voPointer<Sink>& sink) {
 }
 
 template <class Sink>
+void FakeSinks<Sink>::BeforeRemove(std::function<void()> function) {
+    const support::MutexLock lock(mutex);
+    beforeRemove = std::move(function);
+}
+
+template <class Sink>
 void FakeSinks<Sink>::Remove(const voPointer<Sink>& sink) {
+    std::function<void()> hook;
+    {
+        const support::MutexLock lock(mutex);
+        hook = beforeRemove;
+    }
+    if (hook) hook();
+
     voPointer<Sink> removed;  // let go after the lock
     const support::MutexLock lock(mutex);
     const auto position = std::find(sinks.begin(), sinks.end(), sink);

@@ -1,6 +1,7 @@
 // Remote streams and tracks made by tests.
 #pragma once
 
+#include <functional>
 #include <vector>
 
 #include "support/annotated_mutex.h"
@@ -28,10 +29,13 @@ public:
     void Remove(const vo_webrtc::voPointer<Sink>& sink);
     bool Contains(const vo_webrtc::voPointer<Sink>& sink) const;
     std::vector<vo_webrtc::voPointer<Sink>> All() const;
+    // Runs at the beginning of each Remove, on its thread.
+    void BeforeRemove(std::function<void()> function);
 
 private:
     mutable support::Mutex mutex;
     std::vector<vo_webrtc::voPointer<Sink>> sinks GUARDED_BY(mutex);
+    std::function<void()> beforeRemove GUARDED_BY(mutex);
 };
 
 // Library side of a video track; valid as long as the track.

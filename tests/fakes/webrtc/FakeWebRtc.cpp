@@ -20,6 +20,7 @@ struct Records {
     int audioDevicesMade = 0;
     int videoTrackSourcesMade = 0;
     int framesConverted = 0;
+    std::function<void()> beforeConversion;
     bool refuseFactories = false;
     bool refusePeerConnections = false;
     std::vector<FakeWebRtc::LogSetting> logSettings;
@@ -80,6 +81,10 @@ int FakeWebRtc::VideoTrackSourcesMade() {
 
 int FakeWebRtc::FramesConverted() {
     return WithRecords([](Records& records) { return records.framesConverted; });
+}
+
+void FakeWebRtc::BeforeConversion(std::function<void()> function) {
+    WithRecords([&function](Records& records) { std::swap(records.beforeConversion, function); });
 }
 
 void FakeWebRtc::RefuseFactories() {
@@ -149,6 +154,9 @@ void voDebug::SetLogging(voPointer<Logging> sink, LogLevel level) {
 }
 
 std::int32_t voColorspaceConverter::I420ToUYVY(voVideoFrame& destination, const voI420Frame& source) {
+    const auto hook = fakes::WithRecords([](fakes::Records& records) { return records.beforeConversion; });
+    if (hook) hook();
+
     const bool planes = source.y != nullptr && source.u != nullptr && source.v != nullptr;
     const bool sizes = source.width > 0 && source.height > 0 && destination.width == source.width &&
                        destination.height == source.height;

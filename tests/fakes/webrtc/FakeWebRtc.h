@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -46,8 +47,10 @@ public:
 
     // Calls of voColorspaceConverter::I420ToUYVY that returned 0.
     static int FramesConverted();
+    // Runs at the beginning of each conversion, on its thread.
+    static void BeforeConversion(std::function<void()> function);
 
-    // Forgets records, refusals and the log sink.
+    // Forgets records, refusals, hooks and the log sink.
     static void Forget();
 };
 

@@ -1,0 +1,72 @@
+// The host's buffers behind a group that a test can make fail or interrupt.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "host/media/nxBuffer2.h"
+#include "host_runtime/media/BufferGroup.h"
+
+namespace tests {
+
+struct ReleaseReference {
+    template <class Counted>
+    void operator()(Counted* object) const {
+        object->Release();
+    }
+};
+using BufferPointer = std::unique_ptr<nxBuffer2, ReleaseReference>;
+
+class ScriptedBufferGroup final : public nxBufferGroup2 {
+public:
+    struct Coloured {
+        std::int32_t width = 0;
+        std::int32_t height = 0;
+        std::uint32_t colour = 0;
+        friend bool operator==(const Coloured&, const Coloured&) = default;
+    };
+
+    ScriptedBufferGroup() : group(host_runtime::BufferGroup::Make()) {}
+    ~ScriptedBufferGroup() override = default;
+
+    std::uint32_t AddRef() override { return ++references; }
+    std::uint32_t Release() override { return --references; }
+
+    zStatus CreateBuffer(const mdMediaRecord& record, nxBuffer2** out) override {
+        if (beforeCreate) beforeCreate();
+        if (withoutPixels) return CreateSound(out);
+        return refuse ? Refuse(out) : group->CreateBuffer(record, out);
+    }
+    zStatus CreateBuffer(const mdMediaRecord& record, std::int32_t frames, std::uint32_t flags,
+                         nxBuffer2** out) override {
+        if (beforeCreate) beforeCreate();
+        return refuse ? Refuse(out) : group->CreateBuffer(record, frames, flags, out);
+    }
+    nxBuffer2* CreateColoredBuffer(std::int32_t width, std::int32_t height, std::uint32_t colour) override {
+        coloured.push_back({width, height, colour});
+        return refuse ? nullptr : group->CreateColoredBuffer(width, height, colour);
+    }
+
+    int references = 0;  // held by renderers
+    bool refuse = false;
+    bool withoutPixels = false;  // pictures come without a pixel store
+    std::function<void()> beforeCreate;
+    std::vector<Coloured> coloured;
+
+private:
+    static zStatus Refuse(nxBuffer2** out) {
+        *out = nullptr;
+        return kStatusFailed;
+    }
+    zStatus CreateSound(nxBuffer2** out) {
+        mdMediaRecord record(kMediaTypeAudio);
+        record.SetInt32(FourCC("mcha"), 2);
+        record.SetInt32(FourCC("mbps"), 16);
+        return group->CreateBuffer(record, 16, 0, out);
+    }
+
+    const std::unique_ptr<host_runtime::BufferGroup, ReleaseReference> group;
+};
+
+}  // namespace tests
