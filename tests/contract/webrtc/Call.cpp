@@ -1,0 +1,145 @@
+#include "tests/contract/webrtc/Call.h"
+
+#include <algorithm>
+
+namespace contract {
+
+void Record::Add(std::string what, std::string text, std::string type) {
+    const support::MutexLock lock(mutex);
+    entries.push_back({std::move(what), std::move(text), std::move(type)});
+    changed.NotifyAll();
+}
+
+bool Record::WaitUntil(const std::function<bool(const std::vector<Entry>&)>& condition) {
+    const auto deadline = std::chrono::steady_clock::now() + kPatience;
+    const support::MutexLock lock(mutex);
+    while (!condition(entries)) {
+        if (!changed.WaitUntil(mutex, deadline)) return condition(entries);
+    }
+    return true;
+}
+
+std::optional<Record::Entry> Record::WaitFor(const std::string& what) {
+    std::optional<Entry> result;
+    WaitUntil([&result, &what](const std::vector<Entry>& all) {
+        const auto found =
+            std::find_if(all.begin(), all.end(), [&what](const Entry& entry) { return entry.what == what; });
+        if (found != all.end()) result = *found;
+        return result.has_value();
+    });
+    return result;
+}
+
+std::vector<Record::Entry> Record::All() {
+    const support::MutexLock lock(mutex);
+    return entries;
+}
+
+std::size_t Record::Count(const std::string& what) {
+    const auto all = All();
+    return static_cast<std::size_t>(
+        std::count_if(all.begin(), all.end(), [&what](const Entry& entry) { return entry.what == what; }));
+}
+
+class Call::Observer : public voPeerConnectionInterface::Observer {
+public:
+    explicit Observer(Call& owner) : voPeerConnectionInterface::Observer(Delete), call(owner) {}
+
+    void OnAddStream(voPointer<voMediaStreamInterface> added) override {
+        {
+            const support::MutexLock lock(call.mutex);
+            call.stream = added;
+        }
+        call.record.Add("stream");
+    }
+    void OnFailure(const char* error) override { call.record.Add("failure", error != nullptr ? error : ""); }
+    void OnIceCandidate(voPointer<voIceCandidateInterface> candidate) override {
+        call.record.Add("candidate", candidate->Sdp(), candidate->SdpMid());
+        if (call.answering) {
+            call.phone.AddCandidate(static_cast<unsigned int>(std::stoul(candidate->SdpMLineIndex())),
+                                    candidate->Sdp());
+        }
+    }
+    void OnOfferCreated(const char* sdp, const char* type) override {
+        call.record.Add("offer", sdp, type);
+        if (!call.answering) return;
+        call.phone.Answer(sdp);
+    }
+    void OnAnswerCreated(const char* sdp, const char* type) override {
+        call.record.Add("answer", sdp, type);
+        call.phone.TakeAnswer(sdp);
+    }
+    void OnIceConnectionChange(std::uint32_t state) override {
+        call.record.Add("ice", std::to_string(state));
+    }
+    void OnIceGatheringChange(std::uint32_t state) override {
+        call.record.Add("gathering", std::to_string(state));
+    }
+    void OnSignalingChange(std::uint32_t state) override {
+        call.record.Add("signaling", std::to_string(state));
+    }
+    void OnRenegotiationNeeded() override { call.record.Add("negotiation"); }
+
+private:
+    Call& call;
+};
+
+Call::Call(TestPhone::Options options) : phone(std::move(options)) {
+    factory = voPeerConnectionFactoryInterface::Create(voCustomAudioDevice::Create());
+    if (!factory) return;
+    connection = factory->CreatePeerConnection(nullptr, 0, true);
+    if (!connection) return;
+    connection->SetObserver(new Observer(*this));
+    {
+        const support::MutexLock lock(mutex);
+        linked = connection;
+    }
+    phone.onDescription = [this](const std::string& sdp) {
+        if (onPhoneDescription) return onPhoneDescription(sdp);
+        if (const auto target = Connection()) target->SetRemoteDescription(sdp.c_str(), "answer");
+    };
+    phone.onCandidate = [this](unsigned int line, const std::string& candidate) {
+        if (const auto target = Connection())
+            target->AddIceCandidate(candidate.c_str(), "", static_cast<std::int32_t>(line));
+    };
+}
+
+Call::~Call() {
+    phone.Vanish();
+    Release();
+}
+
+voPointer<voPeerConnectionInterface> Call::Connection() {
+    const support::MutexLock lock(mutex);
+    return linked;
+}
+
+void Call::Connect() {
+    answering = true;
+    connection->CreateOffer();
+}
+
+voPointer<voMediaStreamInterface> Call::WaitForStream() {
+    record.WaitFor("stream");
+    return Stream();
+}
+
+voPointer<voMediaStreamInterface> Call::Stream() {
+    const support::MutexLock lock(mutex);
+    return stream;
+}
+
+void Call::Release() {
+    if (connection) connection->SetObserver(nullptr);
+    voPointer<voPeerConnectionInterface> oldLinked;
+    voPointer<voMediaStreamInterface> oldStream;
+    {
+        const support::MutexLock lock(mutex);
+        oldLinked = std::exchange(linked, nullptr);
+        oldStream = std::exchange(stream, nullptr);
+    }
+    connection = nullptr;
+    factory = nullptr;
+}
+
+}  // namespace contract

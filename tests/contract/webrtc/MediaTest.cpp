@@ -1,0 +1,52 @@
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "tests/contract/webrtc/Call.h"
+
+namespace contract {
+namespace {
+
+class Media : public testing::TestWithParam<const char*> {};
+
+TEST_P(Media, FirstPictureArrives) {
+    Call call({.codec = GetParam(), .width = 320, .height = 240});
+    call.Connect();
+    const auto stream = call.WaitForStream();
+    ASSERT_TRUE(stream);
+    Record pictures;
+    const voPointer<voVideoTrackInterface::Sink> sink(new VideoSink([&pictures](const voI420Frame& frame) {
+        pictures.Add("picture", std::to_string(frame.width) + "x" + std::to_string(frame.height));
+    }));
+    ASSERT_TRUE(stream->VideoTrack(0));
+    stream->VideoTrack(0)->AddOrUpdateSink(sink);
+    const auto picture = pictures.WaitFor("picture");
+    ASSERT_TRUE(picture);
+    EXPECT_EQ(picture->text, "320x240");
+    EXPECT_EQ(call.record.Count("failure"), 0U);
+    stream->VideoTrack(0)->RemoveSink(sink);
+}
+
+INSTANTIATE_TEST_SUITE_P(Codecs, Media, testing::Values("H264", "VP8", "VP9"));
+
+TEST(Media, SoundComesInBlocksOfTenMilliseconds) {
+    Call call;
+    call.Connect();
+    const auto stream = call.WaitForStream();
+    ASSERT_TRUE(stream);
+    Record blocks;
+    const voPointer<voAudioTrackInterface::Sink> sink(new AudioSink([&blocks](const voAudioData& data) {
+        const bool loud = data.samples[0] > 1000 || data.samples[200] > 1000;
+        blocks.Add(loud ? "loud" : "quiet",
+                   std::to_string(data.frames) + " " + std::to_string(data.sampleRate) + " " +
+                       std::to_string(data.bitsPerSample) + " " + std::to_string(data.channels));
+    }));
+    stream->AudioTrack(0)->AddSink(sink);
+    const auto block = blocks.WaitFor("loud");
+    ASSERT_TRUE(block);
+    EXPECT_EQ(block->text, "480 48000 16 2");
+    stream->AudioTrack(0)->RemoveSink(sink);
+}
+
+}  // namespace
+}  // namespace contract
