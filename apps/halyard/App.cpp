@@ -1,0 +1,247 @@
+#include "apps/halyard/App.h"
+
+#include <fcntl.h>
+#include <gst/gst.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
+#include <utility>
+
+#include "apps/halyard/Report.h"
+#include "host/core/zThread.h"
+#include "host_runtime/core/MainThreadQueue.h"
+#include "host_runtime/core/Printable.h"
+#include "host_runtime/core/TraceOutput.h"
+#include "host_runtime/core/UserLog.h"
+#include "host_runtime/sources/ReplaceFile.h"
+#include "host_runtime/sources/SteadyClock.h"
+
+namespace halyard {
+namespace {
+
+using host_runtime::SourceState;
+
+constexpr std::int64_t kSecondUs = 1'000'000;
+constexpr const char* kStandardOutput = "-";
+
+std::string StateText(const host_runtime::Source& source, const SourceMonitor::Counts& counts,
+                      bool hasNewPictures) {
+    if (source.State() == SourceState::AddressInUse) return "in use";
+    if (source.State() == SourceState::Inactive) return "inactive";
+    if (hasNewPictures) return "live";
+    if (source.State() == SourceState::Offline) return "offline";
+    return counts.HasPicture() ? "stalled" : "waiting";
+}
+
+std::string WholeLines(const std::string& text) {
+    std::string lines = host_runtime::Printable(text, host_runtime::LineFeeds::Keep);
+    if (lines.empty() || lines.back() != '\n') lines += '\n';
+    return lines;
+}
+
+}  // namespace
+
+App::App(Options commandLine)
+    : options(std::move(commandLine)),
+      progressDescriptor(options.report == kStandardOutput ? STDERR_FILENO : STDOUT_FILENO),
+      progress(progressDescriptor, Progress::StyleFor(progressDescriptor, options.quiet)),
+      lifetime(std::make_shared<zObject>()),
+      traceDescriptor(STDERR_FILENO) {}
+
+App::~App() {
+    lifetime.reset();
+    host.reset();
+    host_runtime::SetUserLogListener({});
+    host_runtime::SetTraceSink({});
+    if (traceDescriptor != STDERR_FILENO) ::close(traceDescriptor);
+}
+
+void App::RequestEnd() {
+    host_runtime::MainThreadQueue::Default().Quit();
+}
+
+int App::Run() {
+    if (!OpenOutputs() || !StartSources()) return kExitBadUsage;
+    startedAtUs = host_runtime::SteadyNowUs();
+    if (options.durationSeconds) {
+        const auto durationUs = static_cast<std::int64_t>(*options.durationSeconds * 1e6);
+        zThread::ExecuteOnMainThread(lifetime, durationUs, {}, [] { RequestEnd(); });
+    }
+    ScheduleProgress(1);
+    host->Puller().Start();
+    host_runtime::MainThreadQueue::Default().Run();
+
+    host->Puller().Stop();
+    const double seconds = static_cast<double>(host_runtime::SteadyNowUs() - startedAtUs) / 1e6;
+    const bool recorded = FinishRecordings();
+    const bool reported = WriteReport(seconds);
+    TakeNotices();
+    return EverySourceDelivered() && recorded && reported ? kExitDelivered : kExitMissing;
+}
+
+bool App::OpenOutputs() {
+    std::string error;
+    if (!options.traceFile.empty()) {
+        traceDescriptor =
+            ::open(options.traceFile.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0666);
+        if (traceDescriptor < 0) {
+            traceDescriptor = STDERR_FILENO;
+            Complain("Cannot write the trace to " + options.traceFile.string() + ": " +
+                     std::generic_category().message(errno) + ".");
+            return false;
+        }
+    }
+    host_runtime::SetTraceSink(
+        [this](zFourCC, const std::string& text) { progress.Write(traceDescriptor, WholeLines(text)); });
+    if (!options.quiet) {
+        host_runtime::SetUserLogListener([this](const host_runtime::UserLogEntry& entry) {
+            progress.Write(progressDescriptor, "halyard: " + WholeLines(entry.text));
+        });
+    }
+    if (!options.report.empty() && options.report != kStandardOutput) {
+        const std::filesystem::path file(options.report);
+        if (std::filesystem::is_directory(file)) {
+            Complain("The report cannot be written: " + options.report + " is a directory.");
+            return false;
+        }
+        const auto directory = file.has_parent_path() ? file.parent_path() : std::filesystem::path(".");
+        if (!host_runtime::CanCreateFileIn(directory, error)) {
+            Complain("The report cannot be written. " + error);
+            return false;
+        }
+    }
+    if (!options.recordDirectory.empty()) {
+        std::error_code ignored;
+        std::filesystem::create_directories(options.recordDirectory, ignored);
+        if (!host_runtime::CanCreateFileIn(options.recordDirectory, error)) {
+            Complain("Nothing can be recorded. " + error);
+            return false;
+        }
+        gst_init(nullptr, nullptr);
+    }
+    return true;
+}
+
+bool App::StartSources() {
+    std::string error;
+    host = host_runtime::Host::Make({options.plugin, options.stateDirectory, options.frameRate}, error);
+    if (!host) {
+        Complain(error);
+        return false;
+    }
+    TakeNotices();
+    if (options.sources.empty()) host->Sources().RestoreAll();
+    for (const std::string& address : options.sources) {
+        if (!host->Sources().Add(address)) {
+            Complain("The source " + address + " cannot be added: another source already uses that phone.");
+            return false;
+        }
+    }
+    for (const auto& source : host->Sources().Sources())
+        Watch(source);
+    if (watched.empty()) {
+        Complain("There are no stored sources; give --source ADDRESS.");
+        return false;
+    }
+    return true;
+}
+
+void App::Watch(const std::shared_ptr<host_runtime::Source>& source) {
+    std::shared_ptr<Recorder> recorder;
+    if (!options.recordDirectory.empty())
+        recorder = std::make_shared<Recorder>(options.recordDirectory, source->Address());
+    const auto monitor = std::make_shared<SourceMonitor>(options.probe, recorder);
+    host->Puller().Add(source, monitor);
+    watched.push_back({source, monitor, 0});
+}
+
+void App::ScheduleProgress(std::int64_t round) {
+    const std::int64_t dueUs = startedAtUs + round * kSecondUs;
+    const std::int64_t delayUs = std::max<std::int64_t>(0, dueUs - host_runtime::SteadyNowUs());
+    zThread::ExecuteOnMainThread(lifetime, delayUs, {}, [this, round] {
+        ShowProgress(round);
+        ScheduleProgress(round + 1);
+    });
+}
+
+void App::ShowProgress(std::int64_t round) {
+    std::vector<std::string> lines;
+    for (Watched& one : watched) {
+        const SourceMonitor::Counts counts = one.monitor->Now();
+        const std::int64_t newPictures = counts.distinctPictures - one.picturesBefore;
+        one.picturesBefore = counts.distinctPictures;
+        ProgressLine line;
+        line.address = host_runtime::Printable(one.source->Address(), host_runtime::LineFeeds::Replace);
+        line.state = StateText(*one.source, counts, newPictures > 0);
+        line.width = counts.width;
+        line.height = counts.height;
+        line.picturesPerSecond = static_cast<double>(newPictures);
+        line.soundLevel = one.monitor->TakeSoundLevel();
+        if (counts.probe) line.latencyMs = counts.probe->latencyP50;
+        lines.push_back(std::to_string(round) + " s  " + FormatProgressLine(line));
+    }
+    progress.Show(lines);
+    TakeNotices();
+}
+
+bool App::FinishRecordings() {
+    bool complete = true;
+    for (const Watched& one : watched) {
+        if (one.monitor->Recording()) one.monitor->Recording()->Close();
+    }
+    for (const Watched& one : watched) {
+        const std::shared_ptr<Recorder>& recorder = one.monitor->Recording();
+        if (!recorder) continue;
+        recorder->Finish();
+        const std::string what = one.source->Address() + ": ";
+        if (!recorder->Failure().empty()) {
+            Complain(what + recorder->Failure());
+            complete = false;
+        }
+        if (recorder->DroppedPictures() > 0 || recorder->DroppedSounds() > 0) {
+            Complain(what + "the recording left out " + std::to_string(recorder->DroppedPictures()) +
+                     " pictures and " + std::to_string(recorder->DroppedSounds()) +
+                     " blocks of sound: the encoder or the disk is too slow.");
+        }
+    }
+    return complete;
+}
+
+bool App::WriteReport(double durationSeconds) {
+    if (options.report.empty()) return true;
+    std::vector<ReportedSource> reported;
+    for (const Watched& one : watched) {
+        reported.push_back({one.source->Identifier(), one.source->Name(), one.source->Address(),
+                            one.source->FirstActivatedAtUs(), one.monitor->Now()});
+    }
+    const std::string text = ReportText(durationSeconds, reported);
+    if (options.report == kStandardOutput) {
+        const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
+        return std::fflush(stdout) == 0 && written;
+    }
+    std::string error;
+    if (host_runtime::ReplaceFile(options.report, text, error)) return true;
+    Complain("The report was not written. " + error);
+    return false;
+}
+
+bool App::EverySourceDelivered() const {
+    return std::all_of(watched.begin(), watched.end(), [](const Watched& one) {
+        const SourceMonitor::Counts counts = one.monitor->Now();
+        return counts.HasPicture() && counts.HasSound();
+    });
+}
+
+void App::Complain(const std::string& sentence) {
+    progress.Write(STDERR_FILENO, "halyard: " + WholeLines(sentence));
+}
+
+void App::TakeNotices() {
+    for (const std::string& notice : host->Store().TakeNotices())
+        Complain(notice);
+}
+
+}  // namespace halyard
