@@ -1,0 +1,362 @@
+#include <nlohmann/json.hpp>
+
+#include "connection/nxWebRtcConnection.h"
+#include "host/renderer/nxAudioControlsXI.h"
+#include "host/renderer/nxVideoControlsXI.h"
+#include "session/nxWebRtcSession.h"
+#include "tests/unit/plugin/FactoryTest.h"
+
+namespace {
+
+using fakes::FakeWebRtc;
+using fakes::FakeWebSocket;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class FactoryPath : public tests::FactoryTest {};
+
+TEST_F(FactoryPath, LeadsFromActivationToTheOffer) {
+    const auto socket = ActivateAndOpen("source");
+    EXPECT_THAT(
+        socket->TakeSent(),
+        ElementsAre(R"({"action":"joinMaster","ownerKey":"","sessionGuid":"source","username":"Halyard"})"));
+    Join(socket, "phone", "source");
+    const auto peer = FakeWebRtc::LatestPeerConnection();
+    ASSERT_NE(peer, nullptr);
+    EXPECT_THAT(peer->Calls(), ElementsAre("SetObserver", "CreateOffer"));
+    peer->OfferCreated("v=0", "offer");
+    EXPECT_THAT(
+        socket->TakeSent(),
+        ElementsAre(
+            R"({"action":"masterMadeOffer","peersIdentifier":"phone","sdp":"v=0","sessionGuid":"source","type":"offer"})"));
+    Deliver(socket, R"({"action":"gotAnswer","peersIdentifier":"phone","sdp":"v=1","type":"answer"})");
+    EXPECT_THAT(peer->RemoteDescriptions(), ElementsAre(fakes::FakeDescription{"v=1", "answer"}));
+}
+
+class FactoryConnectDirect : public tests::FactoryTest {};
+
+TEST_F(FactoryConnectDirect, NeedsAnEntryAndAnAddress) {
+    zRecord settings = DirectSettings(kAddress);
+    factory->ConnectDirect("unknown", settings);
+    factory->ConnectDirect(nullptr, settings);
+    Activate("source", "");
+    zRecord empty;
+    factory->ConnectDirect("source", empty);
+    EXPECT_EQ(FakeWebSocket::MadeCount(), 0U);
+    factory->ConnectDirect("source", settings);
+    EXPECT_EQ(FakeWebSocket::MadeCount(), 1U);
+}
+
+TEST_F(FactoryConnectDirect, DoesNotMoveAStartedSession) {
+    ActivateAndOpen("source");
+    zRecord moved = DirectSettings("127.0.0.9");
+    factory->ConnectDirect("source", moved);
+    EXPECT_EQ(UrlOf("source"), kUrl);
+    factory->StopSession("source");
+    factory->ConnectDirect("source", moved);
+    EXPECT_EQ(UrlOf("source"), "ws://127.0.0.9:9001/");
+}
+
+class FactoryStartSession : public tests::FactoryTest {};
+
+TEST_F(FactoryStartSession, TakesPayloadAndAddressAsGiven) {
+    Activate("source", "");
+    factory->StartSession("source", R"({"sessionGuid":"other","ownerKey":"key"})", "127.0.0.7:80");
+    EXPECT_EQ(UrlOf("source"), "ws://127.0.0.7:9001/");
+    EXPECT_EQ(Socket()->Openings().at(0).connectTimeoutSeconds, 2.0);
+    Open(Socket());
+    EXPECT_THAT(
+        Socket()->Sent(),
+        ElementsAre(
+            R"({"action":"joinMaster","ownerKey":"key","sessionGuid":"other","username":"Halyard"})"));
+}
+
+TEST_F(FactoryStartSession, DoesNothingForANullPayloadOrAnUnknownSource) {
+    Activate("source", "");
+    factory->StartSession("source", nullptr, kAddress);
+    factory->StartSession("unknown", "{}", kAddress);
+    EXPECT_EQ(FakeWebSocket::MadeCount(), 0U);
+    factory->StartSession("source", "{}", nullptr);
+    EXPECT_EQ(UrlOf("source"), "wss://ws:/:9001/");  // an empty address leads nowhere
+}
+
+TEST_F(FactoryStartSession, RevivesAStoppedSessionAtTheSameAddress) {
+    zRecord settings = DiscoveredSettings("peer", kAddress);
+    factory->ActivateSource("peer", settings);
+    Open(Socket());
+    Close(Socket());
+    factory->ActivateSource("peer", settings);
+    EXPECT_EQ(FakeWebSocket::MadeCount(), 1U);
+    factory->StartSession("peer", R"({"sessionGuid":"peer"})", kAddress);
+    EXPECT_EQ(FakeWebSocket::MadeCount(), 2U);
+    Open(Socket());
+    factory->StartSession("peer", R"({"sessionGuid":"peer"})", kAddress);
+    EXPECT_EQ(FakeWebSocket::MadeCount(), 2U);
+}
+
+TEST_F(FactoryStartSession, LetsABadPayloadOut) {
+    Activate("source", "");
+    EXPECT_THROW(factory->StartSession("source", "{", kAddress), nlohmann::json::parse_error);
+}
+
+class FactoryStopSession : public tests::FactoryTest {};
+
+TEST_F(FactoryStopSession, StopsTheSessionOfAKnownSource) {
+    const auto socket = ActivateAndOpen("source");
+    factory->StopSession("unknown");
+    factory->StopSession(nullptr);
+    EXPECT_EQ(socket->CloseCount(), 0);
+    factory->StopSession("source");
+    EXPECT_EQ(socket->CloseCount(), 1);
+}
+
+class FactoryJoin : public tests::FactoryTest {};
+
+TEST_F(FactoryJoin, RestartsTheConnectionOfAPhoneThatJoinsAgain) {
+    const auto socket = ActivateAndOpen("source");
+    Join(socket, "phone", "source");
+    Join(socket, "phone", "source");
+    EXPECT_EQ(FakeWebRtc::PeerConnections().size(), 2U);
+    EXPECT_EQ(nxWebRtcConnection::Alive(), 1);
+}
+
+TEST_F(FactoryJoin, GoesToTheFirstEntryThatKnowsThePhone) {
+    const auto first = ActivateAndOpen("first", "127.0.0.2");
+    Join(first, "phone", "first");
+    const auto second = ActivateAndOpen("second", "127.0.0.3");
+    Join(second, "phone", "second");
+    const auto peers = FakeWebRtc::PeerConnections();
+    ASSERT_EQ(peers.size(), 2U);
+    second->TakeSent();
+    first->TakeSent();
+    peers[1]->OfferCreated("v=0", "offer");
+    EXPECT_EQ(first->TakeSent().size(), 1U);
+    EXPECT_THAT(second->TakeSent(), IsEmpty());
+}
+
+TEST_F(FactoryJoin, StartsNothingForAnEmptyIdentifier) {
+    Join(ActivateAndOpen("source"), "", "source");
+    EXPECT_THAT(FakeWebRtc::PeerConnections(), IsEmpty());
+}
+
+TEST_F(FactoryJoin, IsIgnoredForAnUnknownSource) {
+    Activate("source");
+    factory->ConnectionCreated("unknown", "phone");
+    factory->ConnectionCreated(nullptr, nullptr);
+    EXPECT_THAT(FakeWebRtc::PeerConnections(), IsEmpty());
+}
+
+TEST_F(FactoryJoin, ReportsAreHandedToTheJoinListeners) {
+    const auto owner = std::make_shared<zObject>();
+    std::vector<std::string> told;
+    factory->AddJoinListener(owner, [&](const char* guid, const char* result, const char* chat) {
+        told.push_back(std::string(guid) + "|" + result + "|" + chat);
+    });
+    const auto socket = ActivateAndOpen("source");
+    const std::string answer =
+        R"({"action":"joinMasterResponse","iceServers":[],"result":"OK","chatUrl":"chat"})";
+    Deliver(socket, answer);
+    EXPECT_THAT(told, ElementsAre("source|OK|chat"));
+    factory->RemoveJoinListener(owner, {});
+    Deliver(socket, answer);
+    EXPECT_EQ(told.size(), 1U);
+}
+
+TEST_F(FactoryJoin, ChangeListenersAreKeptAndReleased) {
+    const auto owner = std::make_shared<zObject>();
+    factory->AddChangeListener(owner, [] {});
+    EXPECT_EQ(owner.use_count(), 2);
+    factory->RemoveChangeListener(owner, {});
+    EXPECT_EQ(owner.use_count(), 1);
+}
+
+class FactoryRenderers : public tests::FactoryTest {};
+
+TEST_F(FactoryRenderers, OfOneSourceShareItsConnection) {
+    Activate("source");
+    const auto video = Renderer("source", "vido");
+    const auto audio = Renderer("source", "audo");
+    ASSERT_NE(video, nullptr);
+    ASSERT_NE(audio, nullptr);
+    EXPECT_EQ(video->MediaType(), FourCC("vido"));
+    EXPECT_EQ(audio->MediaType(), FourCC("audo"));
+    EXPECT_EQ(nxWebRtcConnection::Alive(), 1);
+    EXPECT_EQ(Renderer("source", "vido"), video);
+}
+
+TEST_F(FactoryRenderers, MadeBeforeTheAddressGetThePicturesOfTheJoiningPhone) {
+    nxSourceDescription description;
+    zRecord settings;
+    factory->NewSource(description, settings);
+    const auto video = Renderer(description.identifier, "vido");
+    settings.SetCString("kestrel_ip_address", kAddress);
+    factory->ActivateSource(description.identifier.c_str(), settings);
+    Open(Socket());
+    Join(Socket(), "phone", description.identifier);
+    EXPECT_EQ(nxWebRtcConnection::Alive(), 1);
+
+    const auto track = fakes::MakeVideoTrack();
+    ASSERT_NE(FakeWebRtc::LatestPeerConnection(), nullptr);
+    FakeWebRtc::LatestPeerConnection()->AddStream(fakes::MakeStream(track, nullptr));
+    EXPECT_EQ(fakes::FakeVideoTrack::Of(track).SinkCount(), 1U);
+}
+
+TEST_F(FactoryRenderers, MadeAfterThePhoneJoinedUseItsConnection) {
+    Join(ActivateAndOpen("source"), "phone", "source");
+    const auto track = fakes::MakeVideoTrack();
+    FakeWebRtc::LatestPeerConnection()->AddStream(fakes::MakeStream(track, nullptr));
+    const auto video = Renderer("source", "vido");
+    const auto audio = Renderer("source", "audo");
+    EXPECT_EQ(nxWebRtcConnection::Alive(), 1);
+    EXPECT_EQ(fakes::FakeVideoTrack::Of(track).SinkCount(), 1U);
+}
+
+TEST_F(FactoryRenderers, AreNotMadeForAnUnknownSource) {
+    std::shared_ptr<nxRenderer2> result = Renderer("unknown", "vido");
+    EXPECT_EQ(result, nullptr);
+    EXPECT_EQ(nxWebRtcConnection::Alive(), 0);
+}
+
+TEST_F(FactoryRenderers, OfAnotherMediaTypeAreNotMadeButTheConnectionIs) {
+    Activate("source");
+    std::shared_ptr<nxRenderer2> result = Renderer("source", "vido");
+    factory->CreateRenderer(result, "source", FourCC("text"), buffers);
+    EXPECT_EQ(result, nullptr);
+    Activate("fresh", "127.0.0.3");
+    EXPECT_EQ(Renderer("fresh", "text"), nullptr);
+    EXPECT_EQ(nxWebRtcConnection::Alive(), 2);
+}
+
+class FactoryTally : public tests::FactoryTest {
+protected:
+    static std::string Message(const std::string& peer, bool value) {
+        return R"({"action":"broadcastToPeers","subaction":"tallyStateChanged","tallyPeerIdentifier":")" +
+               peer + R"(","value":)" + (value ? "true" : "false") + "}";
+    }
+    std::shared_ptr<FakeWebSocket> JoinedWithRenderers(const std::string& identifier,
+                                                       const std::string& address) {
+        const auto socket = ActivateAndOpen(identifier, address);
+        Join(socket, identifier + " phone", identifier);
+        Renderer(identifier, "vido");
+        Renderer(identifier, "audo");
+        socket->TakeSent();
+        return socket;
+    }
+};
+
+TEST_F(FactoryTally, WithoutSourcesIsOnlyStored) {
+    factory->SetTallyValue(1);
+    const auto socket = ActivateAndOpen("source");
+    Join(socket, "phone", "source");
+    socket->TakeSent();
+    Renderer("source", "vido");
+    EXPECT_THAT(socket->TakeSent(), ElementsAre(Message("phone", true)));
+}
+
+TEST_F(FactoryTally, ReachesEverySource) {
+    const auto one = JoinedWithRenderers("one", "127.0.0.2");
+    const auto two = JoinedWithRenderers("two", "127.0.0.3");
+    factory->SetTallyValue(2);
+    EXPECT_THAT(one->TakeSent(), ElementsAre(Message("one phone", true)));
+    EXPECT_THAT(two->TakeSent(), ElementsAre(Message("two phone", true)));
+    factory->SetTallyValue(3);
+    EXPECT_THAT(one->TakeSent(), IsEmpty());
+    factory->SetTallyValue(5);
+    EXPECT_THAT(one->TakeSent(), ElementsAre(Message("one phone", false)));
+    EXPECT_THAT(FakeWebRtc::LogSettings(), IsEmpty());
+}
+
+TEST_F(FactoryTally, ReachesOneSourceWhenForwarded) {
+    const auto one = JoinedWithRenderers("one", "127.0.0.2");
+    const auto two = JoinedWithRenderers("two", "127.0.0.3");
+    factory->ForwardToSession("two", 1);
+    factory->ForwardToSession("unknown", 1);
+    factory->ForwardToSession(nullptr, 1);
+    EXPECT_THAT(one->TakeSent(), IsEmpty());
+    EXPECT_THAT(two->TakeSent(), ElementsAre(Message("two phone", true)));
+}
+
+TEST_F(FactoryTally, WaitsForThePhone) {
+    const auto socket = ActivateAndOpen("source");
+    const auto video = Renderer("source", "vido");
+    socket->TakeSent();
+    factory->ForwardToSession("source", 1);
+    EXPECT_THAT(socket->TakeSent(), IsEmpty());
+    Join(socket, "phone", "source");
+    EXPECT_THAT(socket->TakeSent(), ElementsAre(Message("phone", true)));
+}
+
+class FactoryStatistics : public tests::FactoryTest {
+protected:
+    using State = nxKestrelRenderersFactory::ConnectionState;
+    bool Watch(const std::string& identifier) {
+        return factory->WatchStatistics(identifier, [this](const nxWebRtcStats& stats, State state) {
+            ++answers;
+            lastStats = stats;
+            lastState = state;
+        });
+    }
+    int answers = 0;
+    nxWebRtcStats lastStats;
+    State lastState = State::Connected;
+};
+
+TEST_F(FactoryStatistics, AreRefusedForAnUnknownSource) {
+    EXPECT_FALSE(Watch("unknown"));
+    EXPECT_EQ(answers, 0);
+}
+
+TEST_F(FactoryStatistics, AreRefusedForASourceThatNeverHadAnAddress) {
+    Activate("source", "");
+    EXPECT_FALSE(Watch("source"));
+    EXPECT_EQ(answers, 0);
+}
+
+TEST_F(FactoryStatistics, OfAConnectingSourceAreZerosAndDisconnected) {
+    Activate("source");
+    lastStats.bytesReceived = 7;
+    EXPECT_TRUE(Watch("source"));
+    EXPECT_EQ(answers, 1);
+    EXPECT_EQ(lastState, State::Disconnected);
+    EXPECT_EQ(lastStats.bytesReceived, 0);
+}
+
+TEST_F(FactoryStatistics, OfALostSourceAreDisconnected) {
+    Close(ActivateAndOpen("source"));
+    EXPECT_TRUE(Watch("source"));
+    EXPECT_EQ(lastState, State::Disconnected);
+}
+
+TEST_F(FactoryStatistics, AreRefusedWithoutAConnection) {
+    ActivateAndOpen("source");
+    EXPECT_FALSE(Watch("source"));
+    EXPECT_EQ(answers, 0);
+}
+
+TEST_F(FactoryStatistics, OfAConnectionArriveOnTheMainThread) {
+    Join(ActivateAndOpen("source"), "phone", "source");
+    EXPECT_TRUE(Watch("source"));
+    vo_webrtc::voStats stats;
+    stats.timestampUs = 12;
+    stats.bytesReceived = 34;
+    ASSERT_TRUE(FakeWebRtc::LatestPeerConnection()->DeliverStats(stats));
+    EXPECT_EQ(answers, 0);
+    time.RunDue();
+    EXPECT_EQ(answers, 1);
+    EXPECT_EQ(lastState, State::Connected);
+    EXPECT_EQ(lastStats.timestampUs, 12);
+    EXPECT_EQ(lastStats.bytesReceived, 34);
+}
+
+TEST_F(FactoryStatistics, OfAConnectionWithoutAPhoneAreZeros) {
+    ActivateAndOpen("source");
+    const auto video = Renderer("source", "vido");
+    EXPECT_TRUE(Watch("source"));
+    EXPECT_EQ(answers, 0);
+    time.RunDue();
+    EXPECT_EQ(answers, 1);
+    EXPECT_EQ(lastState, State::Connected);
+    EXPECT_EQ(lastStats.timestampUs, 0);
+}
+
+}  // namespace

@@ -1,0 +1,363 @@
+#include "host/renderer/nxSourceDescription.h"
+#include "session/nxWebRtcSession.h"
+#include "tests/unit/plugin/FactoryTest.h"
+
+namespace {
+
+using fakes::FakeWebRtc;
+using fakes::FakeWebSocket;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+
+constexpr const char* kTypeIdentifier = "8194E1DE-8A84-4714-9866-9605C4807817";
+
+class FactoryNewSource : public tests::FactoryTest {};
+
+TEST_F(FactoryNewSource, DescribesItselfAndWritesItsSettings) {
+    nxSourceDescription description;
+    zRecord settings;
+    settings.SetCString(FourCC("titl"), "Camera by the door");
+    settings.SetCString("kestrel_ip_address", "left from before");
+    factory->NewSource(description, settings);
+    EXPECT_THAT(description.identifier,
+                MatchesRegex("[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}"));
+    EXPECT_EQ(description.displayName, "Camera by the door");
+    EXPECT_EQ(description.typeName, "iOS Cam - Petrel");
+    EXPECT_EQ(description.typeIdentifier, kTypeIdentifier);
+    EXPECT_EQ(description.kind, 3U);
+    EXPECT_EQ(description.category, 4U);
+    EXPECT_FALSE(settings.AsBool("autoDiscovered", true));
+    EXPECT_STREQ(settings.AsCString("kestrel_ip_address", nullptr), "");
+    EXPECT_EQ(settings.AsCString("unique_id", ""), description.identifier);
+    EXPECT_STREQ(settings.AsCString("name", ""), "Camera by the door");
+}
+
+TEST_F(FactoryNewSource, TakesTheNameOfItsKindWithoutATitle) {
+    nxSourceDescription description;
+    zRecord settings;
+    factory->NewSource(description, settings);
+    EXPECT_EQ(description.displayName, "iOS Cam - Petrel");
+    EXPECT_STREQ(settings.AsCString("name", ""), "iOS Cam - Petrel");
+}
+
+TEST_F(FactoryNewSource, StartsNothing) {
+    nxSourceDescription description;
+    zRecord settings;
+    factory->NewSource(description, settings);
+    EXPECT_EQ(nxWebRtcSession::Alive(), 1);
+    EXPECT_EQ(FakeWebSocket::MadeCount(), 0U);
+    time.AdvanceBy(60 * kSecondUs);
+    EXPECT_EQ(FakeWebSocket::MadeCount(), 0U);
+    EXPECT_THAT(registry.announced, IsEmpty());
+
+    zRecord again;
+    nxSourceDescription other;
+    factory->NewSource(other, again);
+    EXPECT_NE(other.identifier, description.identifier);
+}
+
+class FactoryActivation : public tests::FactoryTest {};
+
+TEST_F(FactoryActivation, StartsTheSessionAtItsAddress) {
+    Activate("source", "192.168.1.20:5000");
+    ASSERT_EQ(FakeWebSocket::MadeCount(), 1U);
+    const auto opening = Socket()->Openings().at(0);
+    EXPECT_EQ(opening.url, "ws://192.168.1.20:9001/");
+    EXPECT_EQ(opening.connectTimeoutSeconds, 2.0);
+    EXPECT_EQ(CountOfTrace("nxWebRtcSession::Start---\n{\n    \"sessionGuid\": \"source\"\n}\n---\n"), 1);
+}
+
+TEST_F(FactoryActivation, LeavesARunningSessionOfTheSameAddressAlone) {
+    const auto socket = ActivateAndOpen("source");
+    Activate("source");
+    EXPECT_EQ(FakeWebSocket::MadeCount(), 1U);
+    EXPECT_EQ(socket->Openings().size(), 1U);
+    EXPECT_EQ(socket->CloseCount(), 0);
+    EXPECT_EQ(nxWebRtcSession::Alive(), 1);
+}
+
+TEST_F(FactoryActivation, LeavesAStoppedSessionOfTheSameAddressAlone) {
+    Close(ActivateAndOpen("source"));
+    Activate("source");
+    EXPECT_EQ(FakeWebSocket::MadeCount(), 1U);
+}
+
+TEST_F(FactoryActivation, MakesAnEntryWithoutAnAddressToo) {
+    Activate("source", "");
+    EXPECT_EQ(nxWebRtcSession::Alive(), 1);
+    EXPECT_EQ(FakeWebSocket::MadeCount(), 0U);
+    EXPECT_EQ(UrlOf("source"), "");
+}
+
+TEST_F(FactoryActivation, OfASourceWhosePhoneJoinedStartsItsConnectionOnlyOnce) {
+    Join(ActivateAndOpen("source"), "phone", "source");
+    EXPECT_EQ(FakeWebRtc::PeerConnections().size(), 1U);
+    Activate("source", "192.168.1.99");  // not looked at any more
+    EXPECT_EQ(FakeWebRtc::PeerConnections().size(), 1U);
+    EXPECT_EQ(UrlOf("source"), kUrl);
+}
+
+TEST_F(FactoryActivation, LetsErrorsOfABadIdentifierOut) {
+    zRecord settings = DirectSettings(kAddress);
+    EXPECT_ANY_THROW(factory->ActivateSource("a\"b", settings));
+    EXPECT_EQ(FakeWebSocket::MadeCount(), 0U);
+    Activate("good");
+    EXPECT_EQ(FakeWebSocket::MadeCount(), 1U);
+}
+
+TEST_F(FactoryActivation, OfADiscoveredSourceUsesTheAddressWithoutItsPort) {
+    zRecord settings = DiscoveredSettings("peer", "192.168.1.20:7777");
+    EXPECT_EQ(factory->ActivateSource("peer", settings), kStatusOk);
+    EXPECT_EQ(Socket()->Openings().at(0).url, "ws://192.168.1.20:9001/");
+}
+
+class FactorySweep : public tests::FactoryTest {};
+
+TEST_F(FactorySweep, StartsDirectSourcesThatAreNotConnectedEverySixSeconds) {
+    Activate("source");
+    time.AdvanceBy(5'999'999);
+    EXPECT_EQ(FakeWebSocket::MadeCount(), 1U);
+    time.AdvanceBy(1);
+    EXPECT_EQ(FakeWebSocket::MadeCount(), 2U);
+    time.AdvanceBy(6 * kSecondUs);
+    ASSERT_EQ(FakeWebSocket::MadeCount(), 3U);
+    EXPECT_EQ(Socket()->Openings().at(0).url, kUrl);
+    EXPECT_EQ(Socket()->Openings().at(0).connectTimeoutSeconds, 2.0);
+}
+
+TEST_F(FactorySweep, LeavesConnectedSourcesAlone) {
+    ActivateAndOpen("source");
+    time.AdvanceBy(60 * kSecondUs);
+    EXPECT_EQ(FakeWebSocket::MadeCount(), 1U);
+}
+
+TEST_F(FactorySweep, BringsALostPhoneBack) {
+    Close(ActivateAndOpen("source"));
+    time.AdvanceBy(6 * kSecondUs);
+    EXPECT_EQ(FakeWebSocket::MadeCount(), 2U);
+    Open(Socket());
+    time.AdvanceBy(60 * kSecondUs);
+    EXPECT_EQ(FakeWebSocket::MadeCount(), 2U);
+}
+
+TEST_F(FactorySweep, BringsAGivenUpSessionBack) {
+    const auto socket = ActivateAndOpen("source");
+    for (int error = 0; error < 10; ++error)
+        socket->Fail(cWebSocket::Error::ConnectFailed);
+    time.RunDue();
+    time.AdvanceBy(6 * kSecondUs);
+    EXPECT_EQ(FakeWebSocket::MadeCount(), 2U);
+    EXPECT_GE(socket->CloseCount(), 1);
+}
+
+TEST_F(FactorySweep, SkipsDiscoveredSources) {
+    Close(ActivateAndOpen("direct"));
+    zRecord settings = DiscoveredSettings("peer", "192.168.1.20");
+    factory->ActivateSource("peer", settings);
+    EXPECT_EQ(FakeWebSocket::MadeCount(), 2U);
+    time.AdvanceBy(6 * kSecondUs);
+    EXPECT_EQ(FakeWebSocket::MadeCount(), 3U);
+    EXPECT_EQ(Socket()->Openings().at(0).url, kUrl);
+}
+
+TEST_F(FactorySweep, DoesNotRunForDiscoveredSourcesAlone) {
+    zRecord settings = DiscoveredSettings("", "192.168.1.20");
+    factory->ActivateSource("discovered", settings);
+    zRecord withoutKey;
+    withoutKey.SetCString("kestrel_ip_address", "192.168.1.21");
+    factory->ActivateSource("unmarked", withoutKey);
+    time.AdvanceBy(60 * kSecondUs);
+    EXPECT_EQ(FakeWebSocket::MadeCount(), 2U);
+}
+
+TEST_F(FactorySweep, RunsOnceHoweverManySourcesThereAre) {
+    Activate("one", "127.0.0.2");
+    Activate("two", "127.0.0.3");
+    time.AdvanceBy(6 * kSecondUs);
+    EXPECT_EQ(FakeWebSocket::MadeCount(), 4U);
+}
+
+TEST_F(FactorySweep, GoesOnAfterASourceThatCannotBeStarted) {
+    Activate("a\"b", "");
+    factory->StartSession("a\"b", R"({"sessionGuid":"x"})", "127.0.0.9");
+    Activate("good", "127.0.0.2");
+    const std::size_t before = FakeWebSocket::MadeCount();
+    time.AdvanceBy(6 * kSecondUs);
+    EXPECT_EQ(FakeWebSocket::MadeCount(), before + 1);
+    EXPECT_EQ(CountOfTrace("nxKestrelRenderersFactory sweep failed: "), 1);
+    time.AdvanceBy(6 * kSecondUs);
+    EXPECT_EQ(FakeWebSocket::MadeCount(), before + 2);
+}
+
+TEST_F(FactorySweep, SurvivesChangesOfTheListMeanwhile) {
+    const auto socket = ActivateAndOpen("source");
+    Join(socket, "phone", "source");
+    zRecord lost = Discovery("other");
+    registry.onWithdraw = [&] {
+        registry.onWithdraw = nullptr;
+        for (int index = 0; index < 50; ++index)
+            Activate("new " + std::to_string(index), "");
+        factory->PeerLost(lost);
+    };
+    for (int error = 0; error < 10; ++error)
+        socket->Fail(cWebSocket::Error::ConnectFailed);
+    time.RunDue();
+    time.AdvanceBy(6 * kSecondUs);
+    EXPECT_EQ(registry.onWithdraw, nullptr);
+    EXPECT_EQ(nxWebRtcSession::Alive(), 51);
+    EXPECT_EQ(FakeWebSocket::MadeCount(), 2U);
+}
+
+class FactoryDiscovery : public tests::FactoryTest {};
+
+TEST_F(FactoryDiscovery, AnnouncesAPhone) {
+    zRecord record = Discovery("peer", "192.168.1.20", "9001", "My phone");
+    factory->PeerDiscovered(record);
+    ASSERT_EQ(registry.announced.size(), 1U);
+    const auto& [description, settings] = registry.announced[0];
+    EXPECT_EQ(description.identifier, "peer");
+    EXPECT_EQ(description.displayName, "My phone");
+    EXPECT_EQ(description.typeName, "iOS Cam - Petrel");
+    EXPECT_EQ(description.typeIdentifier, kTypeIdentifier);
+    EXPECT_EQ(description.kind, 3U);
+    EXPECT_EQ(description.category, 4U);
+    EXPECT_TRUE(settings.AsBool("autoDiscovered", false));
+    EXPECT_STREQ(settings.AsCString("kestrel_peer_identifier", ""), "peer");
+    EXPECT_STREQ(settings.AsCString("kestrel_ip_address", ""), "192.168.1.20:9001");
+    EXPECT_FALSE(settings.Has("unique_id"));
+    EXPECT_EQ(nxWebRtcSession::Alive(), 0);
+}
+
+TEST_F(FactoryDiscovery, CallsANamelessPhoneNone) {
+    zRecord record = Discovery("peer", "192.168.1.20", "9001", "");
+    factory->PeerDiscovered(record);
+    EXPECT_EQ(registry.announced.at(0).description.displayName, "None");
+}
+
+TEST_F(FactoryDiscovery, LeavesAMissingPortOut) {
+    zRecord record = Discovery("peer", "192.168.1.20", "");
+    factory->PeerDiscovered(record);
+    EXPECT_STREQ(registry.announced.at(0).settings.AsCString("kestrel_ip_address", ""), "192.168.1.20");
+}
+
+TEST_F(FactoryDiscovery, AnnouncesAgainWithTheNewAddress) {
+    zRecord first = Discovery("peer", "192.168.1.20");
+    zRecord second = Discovery("peer", "192.168.1.30");
+    factory->PeerDiscovered(first);
+    factory->PeerDiscovered(second);
+    ASSERT_EQ(registry.announced.size(), 2U);
+    EXPECT_STREQ(registry.announced[1].settings.AsCString("kestrel_ip_address", ""), "192.168.1.30:9001");
+}
+
+TEST_F(FactoryDiscovery, IgnoresRecordsWithoutAPeerIdentifier) {
+    zRecord empty;
+    zRecord childless;
+    childless.SetCString("host", "192.168.1.20");
+    zRecord unnamed = Discovery("");
+    for (zRecord* record : {&empty, &childless, &unnamed}) {
+        factory->PeerDiscovered(*record);
+        factory->PeerLost(*record);
+    }
+    EXPECT_THAT(registry.announced, IsEmpty());
+    EXPECT_THAT(registry.withdrawn, IsEmpty());
+    EXPECT_THAT(trace, IsEmpty());
+}
+
+TEST_F(FactoryDiscovery, WithdrawsALostPhone) {
+    zRecord record = Discovery("peer");
+    factory->PeerLost(record);
+    ASSERT_EQ(registry.withdrawn.size(), 1U);
+    const auto& [description, flag] = registry.withdrawn[0];
+    EXPECT_EQ(description.identifier, "peer");
+    EXPECT_EQ(description.typeIdentifier, kTypeIdentifier);
+    EXPECT_EQ(flag, 1U);
+}
+
+TEST_F(FactoryDiscovery, EndsTheSourcesOfALostPhoneAndNoOthers) {
+    Activate("first", "");
+    zRecord settings = DiscoveredSettings("peer", "192.168.1.20");
+    factory->ActivateSource("peer", settings);
+    factory->ActivateSource("same phone", settings);
+    Activate("last", "");
+    EXPECT_EQ(nxWebRtcSession::Alive(), 4);
+    zRecord record = Discovery("peer");
+    factory->PeerLost(record);
+    EXPECT_EQ(nxWebRtcSession::Alive(), 2);
+    EXPECT_THAT(registry.WithdrawnIdentifiers(), ElementsAre("peer"));
+    EXPECT_EQ(UrlOf("peer"), "");
+    zRecord direct = DirectSettings("192.168.1.50");
+    factory->ConnectDirect("first", direct);
+    EXPECT_EQ(UrlOf("first"), "ws://192.168.1.50:9001/");
+}
+
+TEST_F(FactoryDiscovery, EndsADirectSourceThatWasGivenAPeerIdentifier) {
+    Join(ActivateAndOpen("source"), "phone", "source");
+    const auto socket = Socket();
+    zRecord settings;
+    settings.SetCString("kestrel_peer_identifier", "source");
+    EXPECT_EQ(factory->ActivateSource("source", settings), kStatusOk);
+    zRecord record = Discovery("source");
+    factory->PeerLost(record);
+    EXPECT_EQ(nxWebRtcSession::Alive(), 0);
+    EXPECT_EQ(socket->CloseCount(), 1);
+    EXPECT_FALSE(factory->IsAddressInUse(kAddress));
+}
+
+TEST_F(FactoryDiscovery, ReplacesThePeerIdentifierOfASource) {
+    zRecord settings = DiscoveredSettings("old", "192.168.1.20");
+    factory->ActivateSource("source", settings);
+    zRecord newer = DiscoveredSettings("new", "192.168.1.20");
+    factory->ActivateSource("source", newer);
+    zRecord old = Discovery("old");
+    factory->PeerLost(old);
+    EXPECT_EQ(nxWebRtcSession::Alive(), 1);
+    zRecord current = Discovery("new");
+    factory->PeerLost(current);
+    EXPECT_EQ(nxWebRtcSession::Alive(), 0);
+}
+
+class FactoryWithdrawal : public tests::FactoryTest {};
+
+TEST_F(FactoryWithdrawal, FollowsThePhonesLeave) {
+    const auto owner = std::make_shared<zObject>();
+    std::vector<std::string> told;
+    factory->AddWithdrawListener(owner, [&](const char* identifier) {
+        told.push_back(identifier);
+        EXPECT_EQ(registry.withdrawn.size(), told.size());  // the host hears of it first
+    });
+    const auto socket = ActivateAndOpen("source");
+    Join(socket, "phone", "source");
+    Deliver(socket, R"({"action":"peerDisconnected","peersIdentifier":"phone"})");
+    EXPECT_THAT(registry.WithdrawnIdentifiers(), ElementsAre("phone"));
+    EXPECT_EQ(registry.withdrawn[0].flag, 1U);
+    EXPECT_THAT(told, ElementsAre("phone"));
+    Close(socket);
+    EXPECT_THAT(told, ElementsAre("phone", "phone"));
+
+    factory->RemoveWithdrawListener(owner, {});
+    factory->StopSession("source");
+    EXPECT_EQ(registry.withdrawn.size(), 3U);
+    EXPECT_EQ(told.size(), 2U);
+}
+
+class FactoryAddressInUse : public tests::FactoryTest {};
+
+TEST_F(FactoryAddressInUse, AsksEverySession) {
+    EXPECT_FALSE(factory->IsAddressInUse(kAddress));
+    Activate("one", "127.0.0.2");
+    Activate("two", "127.0.0.3");
+    Activate("three", "");
+    EXPECT_TRUE(factory->IsAddressInUse("127.0.0.2"));
+    EXPECT_TRUE(factory->IsAddressInUse("ws://127.0.0.3:80/"));
+    EXPECT_FALSE(factory->IsAddressInUse("127.0.0.4"));
+    EXPECT_FALSE(factory->IsAddressInUse(nullptr));
+}
+
+TEST_F(FactoryAddressInUse, CountsAStoppedSession) {
+    Activate("source");
+    factory->StopSession("source");
+    EXPECT_TRUE(factory->IsAddressInUse(kAddress));
+}
+
+}  // namespace
