@@ -146,9 +146,13 @@ std::string RawPeer::ReadHeader() {
     return header;
 }
 
-bool RawPeer::AcceptWebSocket() {
+bool RawPeer::ReadRequest() {
     request = ReadHeader();
-    return !request.empty() && Send(Acceptance());
+    return !request.empty();
+}
+
+bool RawPeer::AcceptWebSocket() {
+    return ReadRequest() && Send(Acceptance());
 }
 
 std::string RawPeer::Acceptance() const {

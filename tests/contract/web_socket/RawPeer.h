@@ -46,13 +46,15 @@ public:
     bool SendSlowly(std::string_view bytes);  // one byte per segment
     bool SendFrame(const Frame& frame) { return Send(EncodeFrame(frame)); }
 
-    // The server's part of the opening: reads the request and accepts it.
+    // The server's part of the opening: reads the request, and accepts it.
+    bool ReadRequest();
     bool AcceptWebSocket();
     // The client's part: asks for a path and reads the answer.
     std::string RequestWebSocket(const std::string& path);
     const std::string& Request() const { return request; }
     std::string Acceptance() const;  // the answer to the request that was read
 
+    bool ReadSome() { return Fill(); }
     std::string ReadHeader();  // up to and with the empty line; what came when the end is reached
     std::optional<Frame> ReadFrame();
     // The next frame that is neither ping nor pong.
