@@ -1,0 +1,20 @@
+#include "connection/nxWebRtcConnection.h"
+#include "host_runtime/media/BufferGroup.h"
+#include "renderers/nxWebRtcAudioRenderer.h"
+#include "renderers/nxWebRtcRendererData.h"
+#include "renderers/nxWebRtcVideoRenderer.h"
+#include "tests/fakes/FakeWebSocket.h"
+#include "tests/fakes/TestMain.h"
+#include "tests/fakes/webrtc/FakeWebRtc.h"
+
+int main(int argc, char** argv) {
+    return tests::RunAllTests(argc, argv,
+                              {{"connections", &nxWebRtcConnection::Alive},
+                               {"renderer data", &nxWebRtcRendererData::Alive},
+                               {"video renderers", &nxWebRtcVideoRenderer::Alive},
+                               {"audio renderers", &nxWebRtcAudioRenderer::Alive},
+                               {"wrapper objects", &fakes::FakeWebRtc::LivingObjects},
+                               {"sockets", &fakes::FakeWebSocket::Alive},
+                               {"buffer groups", &host_runtime::BufferGroup::Alive},
+                               {"buffers", &host_runtime::BufferGroup::BuffersAlive}});
+}
