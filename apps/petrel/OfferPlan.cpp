@@ -123,7 +123,7 @@ private:
 
     std::string ReasonToReject(const GstSDPMedia* section, const OfferedMedia& media) const {
         if (media.kind == OfferedMedia::Kind::Other) return "a phone sends only picture and sound";
-        if (gst_sdp_media_get_port(section) == 0) return "it is switched off in the offer";
+        if (IsSwitchedOff(section)) return "it is switched off in the offer";
         if (media.kind == OfferedMedia::Kind::Video ? videoTaken : audioTaken) return "one is sent already";
         if (!media.protocol.ends_with("RTP/SAVPF")) return "its protocol is not RTP/SAVPF";
         if (gst_sdp_media_get_attribute_val(section, "rtcp-mux") == nullptr)
@@ -132,6 +132,12 @@ private:
         if (bundled.empty() && !sections.empty()) return "it is not in a bundle";
         if (!Transport::Read(message, section)) return "its ICE or DTLS lines are missing or malformed";
         return {};
+    }
+
+    // Port 0 means that, unless the section is meant for the bundle only (RFC 9143 section 6).
+    static bool IsSwitchedOff(const GstSDPMedia* section) {
+        return gst_sdp_media_get_port(section) == 0 &&
+               gst_sdp_media_get_attribute_val(section, "bundle-only") == nullptr;
     }
 
     static bool ClientReceives(const GstSDPMedia* section) {

@@ -1,0 +1,14 @@
+#include <gst/gst.h>
+
+#include "apps/petrel/PeerMedia.h"
+#include "apps/petrel/PhoneClient.h"
+#include "apps/petrel/SharedEncoder.h"
+#include "tests/fakes/TestMain.h"
+
+int main(int argc, char** argv) {
+    gst_init(&argc, &argv);
+    return tests::RunAllTests(argc, argv,
+                              {{"PeerMedia", &petrel::PeerMedia::Alive},
+                               {"PhoneClient", &petrel::PhoneClient::Alive},
+                               {"SharedEncoder", &petrel::SharedEncoder::Alive}});
+}
