@@ -143,6 +143,11 @@ void MainThreadQueue::ShutDown() {
     // Destroyed here, unlocked: what a job holds may post again, which `closed` turns away.
 }
 
+void MainThreadQueue::Reopen() {
+    const support::MutexLock lock(mutex);
+    closed = false;
+}
+
 void MainThreadQueue::UseClock(Clock newClock) {
     const support::MutexLock lock(mutex);
     const std::int64_t before = Now();

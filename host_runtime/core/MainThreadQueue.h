@@ -46,8 +46,10 @@ public:
     std::optional<std::int64_t> NextDueUs() const;
     std::size_t PendingCount() const;  // [any-thread]
 
-    // [main-thread] Destroys what is queued; jobs posted afterwards are dropped until the next Run().
+    // [main-thread] Destroys what is queued; jobs posted afterwards are dropped until Reopen() or Run().
     void ShutDown();
+    // [main-thread] Takes jobs again, for a host that begins after another one has ended.
+    void Reopen();
 
     // [main-thread] Replaces the steady clock; an empty one brings it back. What is queued keeps the delay
     // that it has left. Reopens a queue that was shut down.

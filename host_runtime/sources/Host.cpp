@@ -13,6 +13,8 @@ Host::Host(FrameRate frameRate) : puller(frameRate) {}
 std::unique_ptr<Host> Host::Make(const HostOptions& options, std::string& error) {
     const std::optional<PluginLibrary> library = PluginLibrary::Load(options.plugin, error);
     if (!library) return nullptr;
+    // An earlier host of this process has shut the queue down.
+    MainThreadQueue::Default().Reopen();
     std::unique_ptr<Host> host(new Host(options.frameRate));
     const bool stores = !options.stateDirectory.empty();
     if (stores && !host->store.Open(options.stateDirectory, error)) return nullptr;

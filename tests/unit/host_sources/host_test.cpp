@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "host/media/nxBuffer2.h"
+#include "host_runtime/core/MainThreadQueue.h"
 #include "tests/fakes/VirtualTime.h"
 #include "tests/unit/host_sources/TemporaryDirectory.h"
 
@@ -46,6 +47,15 @@ TEST(Host, StoresNothingWithoutAStateDirectory) {
     ASSERT_TRUE(host) << error;
     ASSERT_TRUE(host->Sources().Add("320x180"));
     EXPECT_TRUE(host->Store().Sources().empty());
+}
+
+TEST(Host, ASecondOneInTheProcessTakesJobsAgain) {
+    fakes::VirtualTime time;
+    std::string error;
+    ASSERT_TRUE(Host::Make({FAKE_PLUGIN, {}, {}}, error)) << "and ends at once";
+    const auto host = Host::Make({FAKE_PLUGIN, {}, {}}, error);
+    ASSERT_TRUE(host) << error;
+    EXPECT_GT(host_runtime::MainThreadQueue::Default().PendingCount(), 0U) << "the revival timer runs";
 }
 
 TEST(Host, SaysWhyItCannotStart) {
