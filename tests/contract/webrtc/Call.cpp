@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "webrtc_gstreamer/LivingObjects.h"
+
 namespace contract {
 
 void Record::Add(std::string what, std::string text, std::string type) {
@@ -50,35 +52,29 @@ public:
             const support::MutexLock lock(call.mutex);
             call.stream = added;
         }
-        call.record.Add("stream");
+        call.Note("stream");
     }
-    void OnFailure(const char* error) override { call.record.Add("failure", error != nullptr ? error : ""); }
+    void OnFailure(const char* error) override { call.Note("failure", error != nullptr ? error : ""); }
     void OnIceCandidate(voPointer<voIceCandidateInterface> candidate) override {
-        call.record.Add("candidate", candidate->Sdp(), candidate->SdpMid());
-        if (call.answering) {
+        call.Note("candidate", candidate->Sdp(), candidate->SdpMid());
+        if (call.answering && call.forwardsCandidates) {
             call.phone.AddCandidate(static_cast<unsigned int>(std::stoul(candidate->SdpMLineIndex())),
                                     candidate->Sdp());
         }
     }
     void OnOfferCreated(const char* sdp, const char* type) override {
-        call.record.Add("offer", sdp, type);
+        call.Note("offer", sdp, type);
         if (!call.answering) return;
         call.phone.Answer(sdp);
     }
     void OnAnswerCreated(const char* sdp, const char* type) override {
-        call.record.Add("answer", sdp, type);
+        call.Note("answer", sdp, type);
         call.phone.TakeAnswer(sdp);
     }
-    void OnIceConnectionChange(std::uint32_t state) override {
-        call.record.Add("ice", std::to_string(state));
-    }
-    void OnIceGatheringChange(std::uint32_t state) override {
-        call.record.Add("gathering", std::to_string(state));
-    }
-    void OnSignalingChange(std::uint32_t state) override {
-        call.record.Add("signaling", std::to_string(state));
-    }
-    void OnRenegotiationNeeded() override { call.record.Add("negotiation"); }
+    void OnIceConnectionChange(std::uint32_t state) override { call.Note("ice", std::to_string(state)); }
+    void OnIceGatheringChange(std::uint32_t state) override { call.Note("gathering", std::to_string(state)); }
+    void OnSignalingChange(std::uint32_t state) override { call.Note("signaling", std::to_string(state)); }
+    void OnRenegotiationNeeded() override { call.Note("negotiation"); }
 
 private:
     Call& call;
@@ -99,6 +95,7 @@ Call::Call(TestPhone::Options options) : phone(std::move(options)) {
         if (const auto target = Connection()) target->SetRemoteDescription(sdp.c_str(), "answer");
     };
     phone.onCandidate = [this](unsigned int line, const std::string& candidate) {
+        if (!forwardsCandidates) return;
         if (const auto target = Connection())
             target->AddIceCandidate(candidate.c_str(), "", static_cast<std::int32_t>(line));
     };
@@ -107,11 +104,42 @@ Call::Call(TestPhone::Options options) : phone(std::move(options)) {
 Call::~Call() {
     phone.Vanish();
     Release();
+    // A call that has begun may still be on its way through the observer.
+    webrtc_gstreamer::WaitUntilIdle(10'000);
 }
 
 voPointer<voPeerConnectionInterface> Call::Connection() {
     const support::MutexLock lock(mutex);
     return linked;
+}
+
+void Call::Note(std::string what, std::string text, std::string type) {
+    record.Add(what, std::move(text), std::move(type));
+    if (onEvent) onEvent(what);
+}
+
+void Call::ConnectByOfferOfPhone() {
+    answering = true;
+    onPhoneDescription = [this](const std::string& sdp) {
+        connection->SetRemoteDescription(sdp.c_str(), "offer");
+        connection->CreateAnswer();
+    };
+    phone.Offer();
+}
+
+bool Call::WaitForPictures(int count) {
+    const auto added = WaitForStream();
+    if (!added || !added->VideoTrack(0)) return false;
+    Record pictures;
+    std::atomic<int> remaining{count};
+    const voPointer<voVideoTrackInterface::Sink> sink(
+        new VideoSink([&pictures, &remaining](const voI420Frame&) {
+            if (--remaining == 0) pictures.Add("enough");
+        }));
+    added->VideoTrack(0)->AddOrUpdateSink(sink);
+    const bool enough = pictures.WaitFor("enough").has_value();
+    added->VideoTrack(0)->RemoveSink(sink);
+    return enough;
 }
 
 void Call::Connect() {

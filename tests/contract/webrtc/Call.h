@@ -80,21 +80,28 @@ public:
 
     // Makes the offer and lets the phone answer it.
     void Connect();
+    // Lets the phone make the offer, and answers it.
+    void ConnectByOfferOfPhone();
+    // Waits for pictures until there are this many; false when they do not come.
+    bool WaitForPictures(int count);
     // The stream, once it has arrived; null when it does not.
     voPointer<voMediaStreamInterface> WaitForStream();
     // Releases the library's side.
     void Release();
+    void Note(std::string what, std::string text = {}, std::string type = {});
 
     Record record;
     TestPhone phone;
     voPointer<voPeerConnectionFactoryInterface> factory;
     voPointer<voPeerConnectionInterface> connection;
-    // What to do with the phone's description; unset: hand it to the library.
+    // What to do with the phone's description; unset: hand it to the library as an answer.
     std::function<void(const std::string& sdp)> onPhoneDescription;
+    // Called on the library's thread after each observer call was recorded.
+    std::function<void(const std::string& what)> onEvent;
+    std::atomic<bool> forwardsCandidates{true};
 
 private:
     class Observer;
-    struct Link;
     voPointer<voPeerConnectionInterface> Connection();
     voPointer<voMediaStreamInterface> Stream();
 

@@ -1,0 +1,290 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cmath>
+#include <stdexcept>
+
+#include "tests/contract/webrtc/Call.h"
+
+namespace contract {
+namespace {
+
+using std::chrono::steady_clock;
+
+TEST(VideoSink, RemovedInsideItsCallbackIsNotCalledAgain) {
+    Call call;
+    call.Connect();
+    const auto stream = call.WaitForStream();
+    ASSERT_TRUE(stream);
+    const auto track = stream->VideoTrack(0);
+    Record record;
+    voPointer<voVideoTrackInterface::Sink> sink;
+    std::atomic<int> calls{0};
+    sink = new VideoSink([&](const voI420Frame&) {
+        ++calls;
+        track->RemoveSink(sink);
+        record.Add("removed");
+    });
+    track->AddOrUpdateSink(sink);
+    ASSERT_TRUE(record.WaitFor("removed"));
+    EXPECT_TRUE(call.WaitForPictures(10));
+    EXPECT_EQ(calls, 1);
+}
+
+TEST(VideoSink, AddedTwiceIsCalledOncePerPictureAndRemovedOnce) {
+    Call call;
+    call.Connect();
+    const auto stream = call.WaitForStream();
+    ASSERT_TRUE(stream);
+    const auto track = stream->VideoTrack(0);
+    Record record;
+    std::atomic<const std::uint8_t*> last{nullptr};
+    std::atomic<int> repeated{0};
+    std::atomic<int> calls{0};
+    const voPointer<voVideoTrackInterface::Sink> twice(new VideoSink([&](const voI420Frame& frame) {
+        if (last.exchange(frame.y) == frame.y) ++repeated;
+        if (++calls == 20) record.Add("enough");
+    }));
+    const voPointer<voVideoTrackInterface::Sink> between(
+        new VideoSink([&](const voI420Frame&) { last = nullptr; }));
+    track->AddOrUpdateSink(twice);
+    track->AddOrUpdateSink(twice);
+    track->AddOrUpdateSink(between);
+    track->AddOrUpdateSink(nullptr);
+    ASSERT_TRUE(record.WaitFor("enough"));
+    EXPECT_EQ(repeated, 0);
+    track->RemoveSink(twice);
+    track->RemoveSink(twice);
+    track->RemoveSink(nullptr);
+    track->RemoveSink(between);
+    ASSERT_TRUE(call.WaitForPictures(2));
+    const int before = calls;
+    EXPECT_TRUE(call.WaitForPictures(5));
+    EXPECT_EQ(calls, before);
+}
+
+TEST(VideoSink, ExceptionEndsOnlyItsOwnCall) {
+    Call call;
+    call.Connect();
+    const auto stream = call.WaitForStream();
+    ASSERT_TRUE(stream);
+    Record record;
+    std::atomic<int> calls{0};
+    const voPointer<voVideoTrackInterface::Sink> sink(new VideoSink([&](const voI420Frame&) {
+        if (++calls == 5) record.Add("enough");
+        if (calls % 2 == 0) throw 1;
+        throw std::runtime_error("a fault of the sink");
+    }));
+    stream->VideoTrack(0)->AddOrUpdateSink(sink);
+    EXPECT_TRUE(record.WaitFor("enough"));
+    stream->VideoTrack(0)->RemoveSink(sink);
+}
+
+TEST(VideoSink, LastReferencesMayGoInsideTheCallback) {
+    auto call = std::make_unique<Call>();
+    call->Connect();
+    auto stream = call->WaitForStream();
+    ASSERT_TRUE(stream);
+    Record record;
+    std::atomic<bool> done{false};
+    auto track = stream->VideoTrack(0);
+    track->AddOrUpdateSink(new VideoSink([&](const voI420Frame&) {
+        if (done.exchange(true)) return;
+        stream = nullptr;
+        call->Release();
+        track = nullptr;
+        record.Add("released");
+    }));
+    EXPECT_TRUE(record.WaitFor("released"));
+}
+
+TEST(AudioSink, LastReferencesMayGoInsideTheCallback) {
+    auto call = std::make_unique<Call>();
+    call->Connect();
+    auto stream = call->WaitForStream();
+    ASSERT_TRUE(stream);
+    Record record;
+    std::atomic<bool> done{false};
+    auto track = stream->AudioTrack(0);
+    track->AddSink(new AudioSink([&](const voAudioData&) {
+        if (done.exchange(true)) return;
+        stream = nullptr;
+        call->Release();
+        track = nullptr;
+        record.Add("released");
+    }));
+    EXPECT_TRUE(record.WaitFor("released"));
+}
+
+TEST(VideoSink, RemovingFromATrackWhoseConnectionIsGoneIsHarmless) {
+    Call call;
+    call.Connect();
+    const auto stream = call.WaitForStream();
+    ASSERT_TRUE(stream);
+    const auto video = stream->VideoTrack(0);
+    const auto audio = stream->AudioTrack(0);
+    const voPointer<voVideoTrackInterface::Sink> sink(new VideoSink([](const voI420Frame&) {}));
+    const voPointer<voAudioTrackInterface::Sink> soundSink(new AudioSink([](const voAudioData&) {}));
+    video->AddOrUpdateSink(sink);
+    audio->AddSink(soundSink);
+    call.Release();
+    video->RemoveSink(sink);
+    audio->RemoveSink(soundSink);
+    audio->SetEnabled(true);
+}
+
+TEST(Pictures, ComeAtTheSendersRate) {
+    Call call({.width = 640, .height = 360});
+    call.Connect();
+    ASSERT_TRUE(call.WaitForPictures(15));
+    const auto begin = steady_clock::now();
+    ASSERT_TRUE(call.WaitForPictures(90));
+    const double seconds = std::chrono::duration<double>(steady_clock::now() - begin).count();
+    EXPECT_GT(seconds, 2.5);
+    EXPECT_LT(seconds, 3.5);
+}
+
+TEST(Pictures, OddSizesKeepTheirSize) {
+    Call call({.codec = "VP8", .width = 321, .height = 243});
+    call.Connect();
+    const auto stream = call.WaitForStream();
+    ASSERT_TRUE(stream);
+    Record record;
+    const voPointer<voVideoTrackInterface::Sink> sink(new VideoSink([&](const voI420Frame& frame) {
+        EXPECT_GE(frame.strideY, frame.width);
+        EXPECT_GE(frame.strideU, (frame.width + 1) / 2);
+        record.Add("picture", std::to_string(frame.width) + "x" + std::to_string(frame.height));
+    }));
+    stream->VideoTrack(0)->AddOrUpdateSink(sink);
+    const auto picture = record.WaitFor("picture");
+    ASSERT_TRUE(picture);
+    EXPECT_EQ(picture->text, "321x243");
+    stream->VideoTrack(0)->RemoveSink(sink);
+}
+
+TEST(Pictures, HaveTheSendersColours) {
+    Call call({.pattern = "red"});
+    call.Connect();
+    const auto stream = call.WaitForStream();
+    ASSERT_TRUE(stream);
+    Record record;
+    const voPointer<voVideoTrackInterface::Sink> sink(new VideoSink([&](const voI420Frame& frame) {
+        const auto at = [](const std::uint8_t* plane, int stride, int x, int y) {
+            return plane[y * stride + x];
+        };
+        record.Add("picture", std::to_string(at(frame.y, frame.strideY, 160, 120)) + " " +
+                                  std::to_string(at(frame.u, frame.strideU, 80, 60)) + " " +
+                                  std::to_string(at(frame.v, frame.strideV, 80, 60)));
+    }));
+    stream->VideoTrack(0)->AddOrUpdateSink(sink);
+    const auto picture = record.WaitFor("picture");
+    ASSERT_TRUE(picture);
+    int y = 0;
+    int u = 0;
+    int v = 0;
+    ASSERT_EQ(std::sscanf(picture->text.c_str(), "%d %d %d", &y, &u, &v), 3);
+    EXPECT_NEAR(y, 81, 4);
+    EXPECT_NEAR(u, 90, 4);
+    EXPECT_NEAR(v, 240, 4);
+    stream->VideoTrack(0)->RemoveSink(sink);
+}
+
+TEST(Sound, IsSteadyAndWithoutClicks) {
+    Call call;
+    call.Connect();
+    const auto stream = call.WaitForStream();
+    ASSERT_TRUE(stream);
+    Record record;
+    std::vector<std::int16_t> left;
+    left.reserve(480 * 400);
+    int blocks = 0;
+    steady_clock::time_point begin;
+    steady_clock::time_point end;
+    const voPointer<voAudioTrackInterface::Sink> sink(new AudioSink([&](const voAudioData& data) {
+        ++blocks;
+        if (blocks == 50) begin = steady_clock::now();
+        if (blocks > 50 && blocks <= 350) {
+            for (std::uint64_t frame = 0; frame < data.frames; ++frame)
+                left.push_back(data.samples[frame * data.channels]);
+        }
+        if (blocks == 350) {
+            end = steady_clock::now();
+            record.Add("enough");
+        }
+    }));
+    stream->AudioTrack(0)->AddSink(sink);
+    ASSERT_TRUE(record.WaitFor("enough"));
+    stream->AudioTrack(0)->RemoveSink(sink);
+    const double seconds = std::chrono::duration<double>(end - begin).count();
+    EXPECT_NEAR(seconds, 3.0, 0.03);
+    double energy = 0;
+    int sharpest = 0;
+    for (std::size_t index = 2; index < left.size(); ++index) {
+        energy += static_cast<double>(left[index]) * left[index];
+        sharpest = std::max(sharpest, std::abs(left[index] - 2 * left[index - 1] + left[index - 2]));
+    }
+    // A sine of 1000 Hz at half of full scale bends by at most 281 per sample.
+    EXPECT_LT(sharpest, 700);
+    EXPECT_NEAR(std::sqrt(energy / static_cast<double>(left.size())), 16384 / std::sqrt(2.0), 1200);
+}
+
+TEST(Sound, IsZeroWhileTheTrackIsDisabled) {
+    Call call;
+    call.Connect();
+    const auto stream = call.WaitForStream();
+    ASSERT_TRUE(stream);
+    Record record;
+    std::atomic<bool> disabled{false};
+    std::atomic<int> since{0};
+    const voPointer<voAudioTrackInterface::Sink> sink(new AudioSink([&](const voAudioData& data) {
+        bool silent = true;
+        for (std::uint64_t index = 0; index < data.frames * data.channels; ++index)
+            silent = silent && data.samples[index] == 0;
+        if (!disabled) {
+            if (!silent) record.Add("loud");
+            return;
+        }
+        // The block that was on its way is allowed.
+        if (++since > 2 && !silent) record.Add("leak");
+        if (since == 20) record.Add("enough");
+    }));
+    stream->AudioTrack(0)->AddSink(sink);
+    ASSERT_TRUE(record.WaitFor("loud"));
+    stream->AudioTrack(0)->SetEnabled(false);
+    disabled = true;
+    ASSERT_TRUE(record.WaitFor("enough"));
+    EXPECT_EQ(record.Count("leak"), 0U);
+    disabled = false;
+    const std::size_t before = record.Count("loud");
+    stream->AudioTrack(0)->SetEnabled(true);
+    EXPECT_TRUE(record.WaitUntil([before](const auto& all) {
+        return static_cast<std::size_t>(std::count_if(
+                   all.begin(), all.end(), [](const auto& entry) { return entry.what == "loud"; })) > before;
+    }));
+    stream->AudioTrack(0)->RemoveSink(sink);
+}
+
+TEST(Sound, GoesOnAsSilenceWhenThePhoneVanishes) {
+    Call call;
+    call.Connect();
+    const auto stream = call.WaitForStream();
+    ASSERT_TRUE(stream);
+    Record record;
+    std::atomic<int> silentInARow{0};
+    const voPointer<voAudioTrackInterface::Sink> sink(new AudioSink([&](const voAudioData& data) {
+        bool silent = true;
+        for (std::uint64_t index = 0; index < data.frames * data.channels; ++index)
+            silent = silent && data.samples[index] == 0;
+        if (!silent) record.Add("loud");
+        silentInARow = silent ? silentInARow + 1 : 0;
+        if (silentInARow == 50) record.Add("silent");
+    }));
+    stream->AudioTrack(0)->AddSink(sink);
+    ASSERT_TRUE(record.WaitFor("loud"));
+    call.phone.Vanish();
+    EXPECT_TRUE(record.WaitFor("silent"));
+    stream->AudioTrack(0)->RemoveSink(sink);
+}
+
+}  // namespace
+}  // namespace contract
