@@ -1,54 +1,22 @@
-// The way of a frame through the host allocates nothing and touches no fresh page once it is warm. A program
-// of its own, since it counts every allocation.
+// The way of a frame through the host allocates nothing and touches no fresh page once it is warm.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
-#include <atomic>
-#include <cstdlib>
+#include <cstdint>
 #include <cstring>
-#include <new>
+#include <string>
 
 #include "host/media/nxBuffer2.h"
 #include "host_runtime/media/BufferGroup.h"
+#include "tests/unit/host_runtime/CountedAllocations.h"
 
 namespace {
-
-std::atomic<std::int64_t> allocations{0};
-
-void* CountedAllocation(std::size_t size) {
-    allocations.fetch_add(1, std::memory_order_relaxed);
-    if (void* memory = std::malloc(size != 0 ? size : 1)) return memory;
-    throw std::bad_alloc();
-}
 
 std::int64_t PageFaultsOfThisThread() {
     rusage usage{};
     getrusage(RUSAGE_THREAD, &usage);
     return usage.ru_minflt + usage.ru_majflt;
 }
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-    return CountedAllocation(size);
-}
-void* operator new[](std::size_t size) {
-    return CountedAllocation(size);
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-
-namespace {
 
 constexpr int kWarmUpRounds = 10;
 constexpr int kRounds = 200;
@@ -57,10 +25,10 @@ template <class Work>
 std::int64_t AllocationsAfterWarmUp(Work work) {
     for (int round = 0; round < kWarmUpRounds; ++round)
         work();
-    const std::int64_t before = allocations.load();
+    const std::int64_t before = tests::Allocations();
     for (int round = 0; round < kRounds; ++round)
         work();
-    return allocations.load() - before;
+    return tests::Allocations() - before;
 }
 
 mdMediaRecord FrameRecord() {
@@ -107,10 +75,10 @@ protected:
 };
 
 TEST_F(Allocation, IsCounted) {
-    const std::int64_t before = allocations.load();
+    const std::int64_t before = tests::Allocations();
     delete new int(1);
     const std::string longText(100, 'x');
-    EXPECT_GE(allocations.load() - before, 1);
+    EXPECT_GE(tests::Allocations() - before, 1);
 }
 
 TEST_F(Allocation, NoneForAMediaRecord) {

@@ -46,7 +46,7 @@ TEST_F(Trace, LongTextsComeWhole) {
 
 TEST_F(Trace, NullFormatIsHarmless) {
     const char* format = nullptr;
-    zTraceManager::Default()->TraceMessage(FourCC("note"), format);
+    zTraceManager::Default()->TraceMessage(FourCC("note"), format, 0);
     EXPECT_TRUE(lines.empty());
 }
 
