@@ -30,6 +30,7 @@ void nxWebRtcSession::Start(const char* description, const char* newAddress, dou
     const support::MutexLock lock(mutex);
     if (started) return;
     connectTimeout = connectTimeoutSeconds;
+    std::string givenAddress = newAddress != nullptr ? newAddress : "";  // may be the session's own URL
 
     const nlohmann::json parsed = nlohmann::json::parse(description != nullptr ? description : "");
     TraceNote("nxWebRtcSession::Start---\n{}\n---\n", parsed.dump(4));
@@ -40,11 +41,11 @@ void nxWebRtcSession::Start(const char* description, const char* newAddress, dou
 
     previous = std::exchange(socket, cWebSocket::Factory());
     SetHandlers(*socket, socket);
-    url = SessionUrl(newAddress);
+    url = SessionUrl(givenAddress);
     socket->open(url.c_str(), connectTimeout);
 
     CreatePeerConnectionFactory();
-    address = newAddress != nullptr ? newAddress : "";
+    address = std::move(givenAddress);
     HandConnectionsTheSocket();
     ScheduleKeepAlive(socket);
 }

@@ -101,7 +101,8 @@ private:
     void ScheduleReconnect(std::int32_t attempt);
     void GiveUp();
 
-    void OnPeerJoined(const nlohmann::json& message);
+    void OnPeerJoined(const std::string& peerIdentifier, const std::string& guid,
+                      const std::string& userName);
     void OnJoinResponse(const nlohmann::json& message);
     void OnPeerDisconnected(const std::string& peerIdentifier);
     void OnChatMessages(const nlohmann::json& message);

@@ -55,8 +55,9 @@ void nxWebRtcSession::OnSocketMessage(const char* text) {
     const nlohmann::json message = nlohmann::json::parse(text);
     const std::string action = TextOf(message, "action");
     const std::string peerIdentifier = TextOf(message, "peersIdentifier");
+    const std::string guid = TextOf(message, "sessionGuid");
     if (action == "peerJoined") {
-        OnPeerJoined(message);
+        OnPeerJoined(peerIdentifier, guid, TextOf(message, "username"));
     } else if (action == "joinMasterResponse") {
         OnJoinResponse(message);
     } else if (action == "peerDisconnected") {
@@ -68,10 +69,8 @@ void nxWebRtcSession::OnSocketMessage(const char* text) {
     }
 }
 
-void nxWebRtcSession::OnPeerJoined(const nlohmann::json& message) {
-    const std::string peerIdentifier = TextOf(message, "peersIdentifier");
-    const std::string guid = TextOf(message, "sessionGuid");
-    const std::string userName = TextOf(message, "username");
+void nxWebRtcSession::OnPeerJoined(const std::string& peerIdentifier, const std::string& guid,
+                                   const std::string& userName) {
     if (userName.empty() || userName == kOwnUserName) return;
 
     std::shared_ptr<nxWebRtcConnection> connection;

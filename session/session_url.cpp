@@ -1,12 +1,9 @@
 #include "session/session_url.h"
 
-#include <string_view>
-
-std::string SessionUrl(const char* address) {
-    const std::string_view text = address != nullptr ? address : "";
-    const bool plain = text.empty() || static_cast<signed char>(text.front()) <= 5;
+std::string SessionUrl(std::string_view address) {
+    const bool plain = address.empty() || static_cast<signed char>(address.front()) <= 5;
     std::string url;
-    if (!plain && !text.starts_with("ws://")) url = "wss://";
-    url += text;
+    if (!plain && !address.starts_with("ws://")) url = "wss://";
+    url += address;
     return url;
 }

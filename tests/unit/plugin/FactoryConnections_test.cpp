@@ -286,6 +286,31 @@ TEST_F(FactoryTally, WaitsForThePhone) {
     EXPECT_THAT(socket->TakeSent(), ElementsAre(Message("phone", true)));
 }
 
+TEST_F(FactoryTally, GoesOutOnlyWhenPictureAndSoundAreBothMuted) {
+    const auto socket = JoinedWithRenderers("source", "127.0.0.2");
+    void* part = nullptr;
+    ASSERT_EQ(Renderer("source", "vido")->QueryInterface("nxVideoControlsXI", &part), kStatusOk);
+    const auto video = static_cast<nxVideoControlsXI*>(part);
+    ASSERT_EQ(Renderer("source", "audo")->QueryInterface("nxAudioControlsXI", &part), kStatusOk);
+    const auto audio = static_cast<nxAudioControlsXI*>(part);
+
+    video->SetVideoMuted(true);
+    audio->SetAudioMuted(true);
+    video->SetVideoMuted(false);
+    audio->SetAudioMuted(false);
+    EXPECT_THAT(socket->TakeSent(), IsEmpty());  // off air
+    factory->ForwardToSession("source", 1);
+    EXPECT_THAT(socket->TakeSent(), ElementsAre(Message("source phone", true)));
+    video->SetVideoMuted(true);
+    EXPECT_THAT(socket->TakeSent(), IsEmpty());
+    audio->SetAudioMuted(true);
+    EXPECT_THAT(socket->TakeSent(), ElementsAre(Message("source phone", false)));
+    video->SetVideoMuted(false);
+    EXPECT_THAT(socket->TakeSent(), ElementsAre(Message("source phone", true)));
+    video->Release();
+    audio->Release();
+}
+
 class FactoryStatistics : public tests::FactoryTest {
 protected:
     using State = nxKestrelRenderersFactory::ConnectionState;

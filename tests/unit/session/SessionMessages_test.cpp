@@ -352,6 +352,15 @@ TEST_F(SessionRouting, DropsWhatNamesNobody) {
     EXPECT_THAT(trace, IsEmpty());
 }
 
+TEST_F(SessionRouting, NeedsTheCommonKeysToBeTexts) {
+    StartTwoPhones();
+    EXPECT_THROW(session->OnSocketMessage(
+                     R"({"action":"gotAnswer","peersIdentifier":"two","sessionGuid":5,"sdp":"","type":""})"),
+                 nlohmann::json::type_error);
+    EXPECT_THROW(session->OnSocketMessage(R"({"action":"gotAnswer","peersIdentifier":null})"),
+                 nlohmann::json::type_error);
+}
+
 TEST_F(SessionRouting, SurvivesAMessageThatTheConnectionRejects) {
     StartTwoPhones();
     Deliver(R"({"action":"ice","peersIdentifier":"one","sdp":"candidate","sdpMLineIndex":"0"})");

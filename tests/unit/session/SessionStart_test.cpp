@@ -1,4 +1,5 @@
 #include <nlohmann/json.hpp>
+#include <thread>
 
 #include "connection/nxWebRtcConnection.h"
 #include "tests/unit/session/SessionTest.h"
@@ -33,6 +34,13 @@ TEST_F(SessionStart, AddsASchemeToABareAddress) {
 TEST_F(SessionStart, OpensANullAddressAsAnEmptyOne) {
     Start(nullptr);
     EXPECT_EQ(Socket()->Openings().at(0).url, "");
+}
+
+TEST_F(SessionStart, TakesItsOwnUrlAsTheAddress) {
+    const std::string longUrl = "ws://" + std::string(200, 'a') + ":9001/";
+    Start(longUrl.c_str());
+    Start(session->Url().c_str());
+    EXPECT_EQ(session->Url(), longUrl);
 }
 
 TEST_F(SessionStart, TracesItsDescription) {
@@ -177,6 +185,39 @@ TEST_F(SessionHops, HandleNothingOnTheReportingThread) {
     EXPECT_THAT(Socket()->Sent(), IsEmpty());
     time.RunDue();
     EXPECT_TRUE(session->IsStarted());
+}
+
+TEST_F(SessionHops, TakeReportsFromTheNetworkThread) {
+    StartAndOpen();
+    const auto socket = Socket();
+    std::thread network([socket] {
+        for (int message = 0; message < 200; ++message) {
+            socket->Deliver(R"({"action":"peerJoined","username":"A","peersIdentifier":"p)" +
+                            std::to_string(message) + R"(","sessionGuid":"guid"})");
+        }
+        socket->Fail(cWebSocket::Error::ConnectFailed);
+        socket->BecomeOpen();
+    });
+    for (int round = 0; round < 50; ++round)
+        time.RunDue();
+    network.join();
+    time.RunDue();
+    EXPECT_NE(session->FindConnectionByPeer("p199"), nullptr);
+    EXPECT_TRUE(session->IsStarted());
+}
+
+TEST_F(SessionHops, EndOnTheMainThreadWhateverTheNetworkThreadDoes) {
+    StartAndOpen();
+    const auto socket = Socket();
+    std::thread network([socket] {
+        for (int message = 0; message < 200; ++message)
+            socket->Deliver("{}");
+    });
+    session->Stop();
+    session.reset();
+    network.join();
+    time.RunDue();
+    EXPECT_EQ(nxWebRtcSession::Alive(), 0);
 }
 
 TEST_F(SessionHops, IgnoreASocketThatWasReplaced) {

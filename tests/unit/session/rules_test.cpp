@@ -29,7 +29,6 @@ TEST(SessionUrl, AddsASchemeUnlessThereIsOneOrNoText) {
         {"ws:/", "wss://ws:/"},
         {"a", "wss://a"},
         {"", ""},
-        {nullptr, ""},
         {"\x05host", "\x05host"},
         {"\x06host", "wss://\x06host"},
         {"\x01", "\x01"},
