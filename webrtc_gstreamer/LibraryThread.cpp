@@ -3,6 +3,7 @@
 #include <pthread.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -19,7 +20,10 @@ struct ThreadCount {
     support::Mutex mutex;
     support::Condition changed;
     std::int64_t running GUARDED_BY(mutex) = 0;
+    std::int64_t ending GUARDED_BY(mutex) = 0;
 };
+
+constexpr auto kLongestExit = std::chrono::seconds(5);
 
 ThreadCount& TheCount() {
     static ThreadCount& count = *new ThreadCount;
@@ -33,7 +37,31 @@ void ChangeCount(std::int64_t by) {
     count.changed.NotifyAll();
 }
 
+void AwaitEnding() {
+    const auto deadline = std::chrono::steady_clock::now() + kLongestExit;
+    ThreadCount& count = TheCount();
+    const support::MutexLock lock(count.mutex);
+    while (count.ending > 0) {
+        if (!count.changed.WaitUntil(count.mutex, deadline)) return;
+    }
+}
+
 }  // namespace
+
+void BeginEnding() {
+    static const bool registered = std::atexit(AwaitEnding) == 0;
+    static_cast<void>(registered);
+    ThreadCount& count = TheCount();
+    const support::MutexLock lock(count.mutex);
+    ++count.ending;
+}
+
+void FinishEnding() {
+    ThreadCount& count = TheCount();
+    const support::MutexLock lock(count.mutex);
+    --count.ending;
+    count.changed.NotifyAll();
+}
 
 bool StartLibraryThread(const char* name, std::function<void()> run) {
     ChangeCount(1);

@@ -5,8 +5,12 @@
 namespace webrtc_gstreamer {
 
 // Starts a named thread of the library's own; false when the system has none left. It is never joined, so
-// that whatever it owns may end on itself; the process' normal exit waits a while for those that are ending.
-// Once `ending` was called on it, the thread counts as such.
+// that what it owns may end on any thread, itself included.
 bool StartLibraryThread(const char* name, std::function<void()> run);
+
+// Between a peer connection's release and the end of its engine. The process' normal exit waits a few seconds
+// for those that are under way, so that none is cut down in the middle of GStreamer.
+void BeginEnding();
+void FinishEnding();
 
 }  // namespace webrtc_gstreamer

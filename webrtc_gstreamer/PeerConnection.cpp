@@ -22,6 +22,7 @@ std::shared_ptr<PeerConnection> PeerConnection::Start(std::vector<IceServer> ser
         made->MakePipeline();
         made->queue.Run();
         made->pipeline.reset();
+        FinishEnding();
     });
     if (!started) return nullptr;
     return made;
@@ -87,9 +88,12 @@ void PeerConnection::GetStats(voPointer<StatsObserver> statsObserver) {
 }
 
 void PeerConnection::Close() {
-    voPointer<Observer> old;  // released after the lock
+    // Released after the lock.
+    voPointer<Observer> old;
     const support::MutexLock lock(mutex);
+    if (closed) return;
     closed = true;
+    BeginEnding();
     old = std::exchange(observer, nullptr);
     queue.Close();
 }

@@ -122,6 +122,10 @@ void Pipeline::SetUpIce(const std::vector<IceServer>& servers) {
 
 Pipeline::~Pipeline() {
     if (!pipeline) return;
+    {
+        const support::MutexLock lock(mutex);
+        ending = true;
+    }
     if (webrtc != nullptr) g_signal_handlers_disconnect_by_data(webrtc, this);
     gst_element_set_state(pipeline.get(), GST_STATE_NULL);
 }

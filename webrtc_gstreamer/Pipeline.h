@@ -83,7 +83,9 @@ private:
     ElementPointer pipeline;
     GstElement* webrtc = nullptr;  // owned by the pipeline
 
+    // Held while a receiver is added, so that the end waits for it.
     support::Mutex mutex;
+    bool ending GUARDED_BY(mutex) = false;
     std::map<GstPad*, GstElement*> receivers GUARDED_BY(mutex);  // owned by the pipeline
 };
 

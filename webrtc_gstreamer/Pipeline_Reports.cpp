@@ -70,14 +70,14 @@ void Pipeline::Connect() {
     g_signal_connect(webrtc, "pad-removed", G_CALLBACK(OnPadRemoved), this);
 }
 
-// Runs on a streaming thread, which stands still until the state change of the destructor is through.
+// On a streaming thread. The state change in the destructor waits for those, so that this object is there.
 void Pipeline::OnPadAdded(GstElement*, GstPad* pad, gpointer self) {
     if (GST_PAD_DIRECTION(pad) != GST_PAD_SRC) return;
     auto* pipeline = static_cast<Pipeline*>(self);
-    GstElement* receiver = AddReceiver(GST_BIN(pipeline->pipeline.get()), pad, pipeline->tracks);
-    if (receiver == nullptr) return;
     const support::MutexLock lock(pipeline->mutex);
-    pipeline->receivers[pad] = receiver;
+    if (pipeline->ending) return;
+    GstElement* receiver = AddReceiver(GST_BIN(pipeline->pipeline.get()), pad, pipeline->tracks);
+    if (receiver != nullptr) pipeline->receivers[pad] = receiver;
 }
 
 void Pipeline::OnPadRemoved(GstElement*, GstPad* pad, gpointer self) {

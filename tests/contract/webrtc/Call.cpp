@@ -82,14 +82,7 @@ private:
 
 Call::Call(TestPhone::Options options) : phone(std::move(options)) {
     factory = voPeerConnectionFactoryInterface::Create(voCustomAudioDevice::Create());
-    if (!factory) return;
-    connection = factory->CreatePeerConnection(nullptr, 0, true);
-    if (!connection) return;
-    connection->SetObserver(new Observer(*this));
-    {
-        const support::MutexLock lock(mutex);
-        linked = connection;
-    }
+    if (factory) Reconnect(nullptr, 0);
     phone.onDescription = [this](const std::string& sdp) {
         if (onPhoneDescription) return onPhoneDescription(sdp);
         if (const auto target = Connection()) target->SetRemoteDescription(sdp.c_str(), "answer");
@@ -99,6 +92,16 @@ Call::Call(TestPhone::Options options) : phone(std::move(options)) {
         if (const auto target = Connection())
             target->AddIceCandidate(candidate.c_str(), "", static_cast<std::int32_t>(line));
     };
+}
+
+void Call::Reconnect(const voStunServer* servers, std::int32_t count) {
+    if (connection) connection->SetObserver(nullptr);
+    connection = factory->CreatePeerConnection(servers, count, true);
+    if (!connection) return;
+    connection->SetObserver(new Observer(*this));
+    voPointer<voPeerConnectionInterface> old;
+    const support::MutexLock lock(mutex);
+    old = std::exchange(linked, connection);
 }
 
 Call::~Call() {

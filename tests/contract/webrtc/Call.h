@@ -78,6 +78,8 @@ public:
     Call(const Call&) = delete;
     Call& operator=(const Call&) = delete;
 
+    // Begins again with a new peer connection that uses these ICE servers.
+    void Reconnect(const voStunServer* servers, std::int32_t count);
     // Makes the offer and lets the phone answer it.
     void Connect();
     // Lets the phone make the offer, and answers it.
