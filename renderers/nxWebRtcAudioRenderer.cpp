@@ -25,7 +25,7 @@ void Silence(nxBuffer2& buffer) {
 
 bool IsUsable(const vo_webrtc::voAudioData& data) {
     return data.sampleRate == audio_position::kSampleRate && (data.channels == 1 || data.channels == 2) &&
-           data.bitsPerSample == kBitsPerSample && data.samples != nullptr;
+           data.bitsPerSample == kBitsPerSample && data.samples != nullptr && data.frames != 0;
 }
 
 }  // namespace

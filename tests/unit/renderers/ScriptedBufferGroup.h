@@ -48,7 +48,7 @@ public:
         return refuse ? nullptr : group->CreateColoredBuffer(width, height, colour);
     }
 
-    int references = 0;  // held by renderers
+    std::uint32_t references = 0;  // held by renderers
     bool refuse = false;
     bool withoutPixels = false;  // pictures come without a pixel store
     std::function<void()> beforeCreate;

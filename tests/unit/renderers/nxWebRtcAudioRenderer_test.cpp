@@ -378,9 +378,9 @@ TEST_F(AudioRenderer, ControlsDoNothingAfterTheDataIsGone) {
 
 TEST_F(AudioRenderer, KeepsTheGroupUntilItsEnd) {
     auto renderer = MakeAudioRenderer();
-    EXPECT_EQ(group.references, 1);
+    EXPECT_EQ(group.references, 1U);
     renderer.reset();
-    EXPECT_EQ(group.references, 0);
+    EXPECT_EQ(group.references, 0U);
 }
 
 }  // namespace

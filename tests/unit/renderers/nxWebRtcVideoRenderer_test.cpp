@@ -310,11 +310,11 @@ TEST_F(VideoRenderer, OtherOperationsKeepTheirDefaults) {
 
 TEST_F(VideoRenderer, KeepsTheGroupAndItsPictureUntilItsEnd) {
     auto renderer = MakeVideoRenderer();
-    EXPECT_EQ(group.references, 1);
+    EXPECT_EQ(group.references, 1U);
     const Picture picture(64, 36, 50);
     renderer->OnVideoFrame(picture.frame);
     renderer.reset();
-    EXPECT_EQ(group.references, 0);
+    EXPECT_EQ(group.references, 0U);
     EXPECT_EQ(host_runtime::BufferGroup::BuffersAlive(), 0);
 }
 
