@@ -205,9 +205,12 @@ private:
         stream->control_callback([this](websocket::frame_type kind, beast::string_view) {
             if (kind == websocket::frame_type::close) OnCloseFrame();
         });
-        accepted = true;
         open = true;
-        if (!silent) owner.OnOpened(shared_from_this());
+        if (silent) {
+            SayGoodbye();
+        } else {
+            owner.OnOpened(shared_from_this());
+        }
         Read();
     }
 
@@ -278,8 +281,10 @@ private:
 
     void SayGoodbye() {
         if (gone || sayingGoodbye) return;
-        if (!accepted) Drop();
-        if (!open) return;  // the client's own close frame is being answered, within a time limit
+        if (!stream) Drop();
+        // While accepting: says it as soon as that is done. Afterwards: the client's own close frame is
+        // being answered, within a time limit.
+        if (!open) return;
         sayingGoodbye = true;
         After(kClosingLimit);
         Flush();
@@ -305,7 +310,6 @@ private:
     websocket::close_code closeCode = websocket::close_code::normal;
     std::atomic<bool> silent{false};  // closed here: no more events
     std::atomic<bool> gone{false};
-    bool accepted = false;
     bool open = false;  // accepted and not ended
     bool writing = false;
     bool sayingGoodbye = false;

@@ -92,6 +92,13 @@ TEST_P(WebSocketOpening, ReportsAnUnknownName) {
     EXPECT_THAT(Reports(1), ElementsAre("error 1"));
 }
 
+TEST_P(WebSocketOpening, TimesOutWithoutATcpConnection) {
+    const FullListener listener;
+    const std::string url = scheme == Scheme::Tls ? "wss://127.0.0.1:" : "ws://127.0.0.1:";
+    socket->open((url + std::to_string(listener.Port())).c_str(), 0.05);
+    EXPECT_THAT(Reports(1), ElementsAre("error 1"));
+}
+
 TEST_P(WebSocketOpening, TimesOutOnASilentServer) {
     Serve([](RawPeer& peer) { peer.WaitForEnd(); });
     Open(0.05);

@@ -67,7 +67,7 @@ std::string EncodeFrame(const Frame& frame, Masking masking) {
     return bytes;
 }
 
-RawPeer::RawPeer(int socketToOwn) : socket(socketToOwn) {
+RawPeer::RawPeer(int socketToOwn, int itsNumber) : socket(socketToOwn), number(itsNumber) {
     const timeval patience{kPatienceSeconds, 0};
     setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
     setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof(patience));

@@ -32,12 +32,14 @@ std::string EncodeFrame(const Frame& frame, Masking masking = Masking::None);
 
 class RawPeer {
 public:
-    explicit RawPeer(int socketToOwn);
+    explicit RawPeer(int socketToOwn, int itsNumber = 1);
     ~RawPeer();
     RawPeer(const RawPeer&) = delete;
     RawPeer& operator=(const RawPeer&) = delete;
 
     static std::unique_ptr<RawPeer> ConnectTo(std::uint16_t port);  // on 127.0.0.1; null when refused
+
+    int Number() const { return number; }  // of the server's connections, from 1
 
     bool AcceptTls(SSL_CTX* context);
 
@@ -70,6 +72,7 @@ private:
     bool Take(std::size_t count, std::string& into);
 
     const int socket;
+    const int number;
     SSL* tls = nullptr;
     std::string request;
     std::string received;

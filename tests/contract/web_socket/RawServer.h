@@ -1,6 +1,7 @@
 // A server on the loopback that plays a script for every connection, one after another.
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <functional>
 #include <string>
@@ -40,5 +41,21 @@ private:
 
 // A port of the loopback on which nobody listens.
 std::uint16_t UnusedPort();
+
+// A listener whose queue is full: further attempts to connect get no answer.
+class FullListener {
+public:
+    FullListener();
+    ~FullListener();
+    FullListener(const FullListener&) = delete;
+    FullListener& operator=(const FullListener&) = delete;
+
+    std::uint16_t Port() const { return port; }
+
+private:
+    int listening = -1;
+    std::uint16_t port = 0;
+    std::array<int, 4> queued{};
+};
 
 }  // namespace tests

@@ -218,9 +218,9 @@ TEST_P(WebSocketSilence, OpensAgainAfterClose) {
 }
 
 TEST_P(WebSocketSilence, OpensAgainAfterALoss) {
-    Serve([this](RawPeer& peer) {
+    Serve([](RawPeer& peer) {
         peer.AcceptWebSocket();
-        if (server->ConnectionCount() == 2) peer.WaitForEnd();
+        if (peer.Number() == 2) peer.WaitForEnd();
     });
     Open();
     Reports(2);
@@ -229,8 +229,8 @@ TEST_P(WebSocketSilence, OpensAgainAfterALoss) {
 }
 
 TEST_P(WebSocketSilence, OpensAgainInsideTheErrorHandler) {
-    Serve([this](RawPeer& peer) {
-        if (server->ConnectionCount() < 4) return;  // drops the first three
+    Serve([](RawPeer& peer) {
+        if (peer.Number() < 4) return;  // drops the first three
         peer.AcceptWebSocket();
         peer.WaitForEnd();
     });
@@ -253,9 +253,9 @@ TEST_P(WebSocketSilence, OpensAgainAfterAnUnusableUrl) {
 TEST_P(WebSocketSilence, OldConnectionsAreNotHeardAfterANewOpen) {
     // The first connection has messages and an end on their way when it is replaced.
     const Gate sent;
-    Serve([this, sent](RawPeer& peer) {
+    Serve([sent](RawPeer& peer) {
         peer.AcceptWebSocket();
-        if (server->ConnectionCount() == 2) {
+        if (peer.Number() == 2) {
             peer.SendFrame({kText, true, "new"});
             peer.WaitForEnd();
             return;
