@@ -11,7 +11,6 @@ namespace petrel {
 namespace {
 
 constexpr unsigned kMaximumSections = 16;
-constexpr const char* kTwccUri = "http://www.ietf.org/id/draft-holmer-rmcat-transport-wide-cc-extensions-01";
 
 struct Codec {
     const char* name;
@@ -150,7 +149,7 @@ private:
         const bool sends = media.reply == OfferedMedia::Reply::Send;
         const SdpFormat* retransmission = RetransmissionOf(formats, format.payloadType);
         media.retransmission = sends && retransmission != nullptr;
-        media.twccExtension = ExtensionIdentifier(section, kTwccUri);
+        media.twccExtension = ExtensionIdentifier(section, kTransportSequenceUri);
 
         sections += fmt::format("m={} 9 UDP/TLS/RTP/SAVPF {}", media.mediaName, format.payloadType);
         if (retransmission != nullptr) sections += fmt::format(" {}", retransmission->payloadType);
@@ -158,7 +157,7 @@ private:
         sections += Transport::Read(message, section)->Lines();
         sections += sends ? "a=recvonly\r\n" : "a=inactive\r\n";
         if (media.twccExtension > 0)
-            sections += fmt::format("a=extmap:{} {}\r\n", media.twccExtension, kTwccUri);
+            sections += fmt::format("a=extmap:{} {}\r\n", media.twccExtension, kTransportSequenceUri);
         AppendFormat(sections, format);
         if (retransmission != nullptr) AppendFormat(sections, *retransmission);
         for (const char* feedback : {"nack", "nack pli", "ccm fir", "transport-cc"}) {

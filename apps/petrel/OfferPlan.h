@@ -12,6 +12,9 @@
 
 namespace petrel {
 
+inline constexpr const char* kTransportSequenceUri =
+    "http://www.ietf.org/id/draft-holmer-rmcat-transport-wide-cc-extensions-01";
+
 // One "m=" section.
 struct OfferedMedia {
     enum class Kind { Video, Audio, Other };

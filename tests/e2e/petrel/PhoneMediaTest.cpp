@@ -89,6 +89,9 @@ TEST_F(PhoneMedia, H264CarriesEveryStamp) {
     EXPECT_EQ(pictures.back().width, 640);
     EXPECT_EQ(pictures.back().height, 360);
     ExpectUnbroken(pictures);
+    EXPECT_GT(receiver->ExtendedPackets(), 0) << "the transport-wide sequence number was offered";
+    EXPECT_THAT(receiver->Answer(), testing::HasSubstr("rtx/90000"));
+    EXPECT_THAT(receiver->Answer(), testing::HasSubstr("a=ssrc-group:FID"));
 }
 
 TEST_F(PhoneMedia, Vp8CarriesEveryStamp) {
@@ -119,7 +122,8 @@ TEST_F(PhoneMedia, FlashesOnceASecond) {
     StartStudio();
     TestPhone phone(Studio());
     const auto receiver = phone.Offer("H264");
-    ASSERT_TRUE(receiver->WaitUntil([](const Pictures& pictures, const Sound&) { return pictures.size() >= 100; }));
+    ASSERT_TRUE(
+        receiver->WaitUntil([](const Pictures& pictures, const Sound&) { return pictures.size() >= 100; }));
     std::vector<std::uint64_t> startsUs;
     bool white = true;
     for (const ReceivedPicture& picture : receiver->Pictures()) {

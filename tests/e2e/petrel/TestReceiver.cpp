@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "apps/petrel/IceSetup.h"
+#include "apps/petrel/OfferPlan.h"
 #include "apps/petrel/SdpFields.h"
 
 namespace tests {
@@ -43,7 +44,8 @@ TestReceiver::TestReceiver(const std::string& videoFormat, std::string phonesIde
     const std::string video =
         "application/x-rtp,media=video,clock-rate=90000,payload=96,encoding-name=" + videoFormat +
         (isH264 ? ",packetization-mode=(string)1,profile-level-id=(string)42e01f" : "") +
-        ",rtcp-fb-nack=true,rtcp-fb-nack-pli=true";
+        ",rtcp-fb-nack=true,rtcp-fb-nack-pli=true,rtcp-fb-transport-cc=true,extmap-3=(string)" +
+        petrel::kTransportSequenceUri;
     AddReceiving(webrtc, video.c_str());
     AddReceiving(webrtc,
                  "application/x-rtp,media=audio,clock-rate=48000,payload=111,encoding-name=OPUS,"
@@ -141,6 +143,7 @@ void TestReceiver::OnPadAdded(GstElement*, GstPad* pad, gpointer data) {
     const GstHandle<GstCaps> caps(gst_pad_get_current_caps(pad));
     const std::string media =
         petrel::TextOf(gst_structure_get_string(gst_caps_get_structure(caps.get(), 0), "media"));
+    if (media == "video") gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_BUFFER, OnVideoPacket, self, nullptr);
     const std::string video = self->isH264 ? "rtph264depay ! avdec_h264" : "rtpvp8depay ! vp8dec";
     const std::string description =
         media == "video" ? video + " ! videoconvert ! video/x-raw,format=I420 ! appsink name=out sync=false"
@@ -155,6 +158,15 @@ void TestReceiver::OnPadAdded(GstElement*, GstPad* pad, gpointer data) {
     gst_element_sync_state_with_parent(branch);
     const GstHandle<GstPad> input(gst_element_get_static_pad(branch, "sink"));
     gst_pad_link(pad, input.get());
+}
+
+GstPadProbeReturn TestReceiver::OnVideoPacket(GstPad*, GstPadProbeInfo* info, gpointer data) {
+    auto* self = static_cast<TestReceiver*>(data);
+    std::uint8_t firstByte = 0;
+    gst_buffer_extract(GST_PAD_PROBE_INFO_BUFFER(info), 0, &firstByte, 1);
+    constexpr std::uint8_t kHasExtension = 0x10;  // RFC 3550 section 5.1
+    if ((firstByte & kHasExtension) != 0) ++self->extendedPackets;
+    return GST_PAD_PROBE_OK;
 }
 
 GstFlowReturn TestReceiver::OnPicture(GstAppSink* sink, gpointer data) {

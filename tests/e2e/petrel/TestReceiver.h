@@ -4,11 +4,12 @@
 
 #include <gst/app/app.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -53,10 +54,12 @@ public:
     std::vector<ReceivedPicture> Pictures();
     std::vector<std::int16_t> Sound();  // 48 kHz, left channel only
     std::string Answer();
+    int ExtendedPackets() const { return extendedPackets; }  // of the picture, with a header extension
 
 private:
     static void OnPadAdded(GstElement* bin, GstPad* pad, gpointer self);
     static void OnCandidate(GstElement* bin, guint index, gchar* text, gpointer self);
+    static GstPadProbeReturn OnVideoPacket(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstFlowReturn OnPicture(GstAppSink* sink, gpointer self);
     static GstFlowReturn OnSound(GstAppSink* sink, gpointer self);
     void SetAnswer(const std::string& sdp);
@@ -67,6 +70,7 @@ private:
     const bool isH264;
     petrel::GstHandle<GstElement> pipeline;
     GstElement* webrtc = nullptr;
+    std::atomic<int> extendedPackets{0};
 
     support::Mutex mutex;
     support::Condition changed;
