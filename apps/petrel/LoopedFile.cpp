@@ -38,8 +38,7 @@ bool LoopedFile::Build(const std::string& path, const std::string& kind, const s
         return false;
     }
     const std::string description = fmt::format(
-        "uridecodebin name=decoder caps={0}/x-raw expose-all-streams=false ! {0}convert name=converter ! {1} "
-        "! "
+        "uridecodebin name=decoder ! {}convert name=converter ! {} ! "
         "appsink name=out sync=false max-buffers=4 drop=false",
         kind, conversion);
     GError* parseProblem = nullptr;

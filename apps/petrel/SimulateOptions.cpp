@@ -80,9 +80,9 @@ CommandLine ReadCommandLine(int argc, const char* const* argv) {
         ->type_name("WxH");
     simulate->add_option("--fps", options.framesPerSecond, "pictures per second (default 30)")
         ->check(CLI::Range(1, 120));
-    simulate->add_option("--codec", options.codec, "h264 or vp8 (default h264)")
-        ->transform(CLI::CheckedTransformer(
-            std::map<std::string, VideoCodec>{{"h264", VideoCodec::H264}, {"vp8", VideoCodec::Vp8}}));
+    std::string codec = "h264";
+    simulate->add_option("--codec", codec, "\"h264\" or \"vp8\" (default h264)")
+        ->check(CLI::IsMember({"h264", "vp8"}));
     simulate->add_option("--audio", options.audio, "\"beeps\", \"none\", or a file to loop (default beeps)");
     CLI::Option* name = simulate->add_option("--name", options.name,
                                              "user name (default: \"Petrel simulator\" and a number)");
@@ -96,6 +96,7 @@ CommandLine ReadCommandLine(int argc, const char* const* argv) {
         if (options.addresses.empty()) {
             throw CLI::ValidationError("--listen", "not an IPv4 address with room for all phones");
         }
+        options.codec = codec == "vp8" ? VideoCodec::Vp8 : VideoCodec::H264;
         if (name->count() > 0) {
             const std::string problem = CheckName(options.name);
             if (!problem.empty()) throw CLI::ValidationError("--name", problem);

@@ -8,6 +8,7 @@
 
 #include "apps/petrel/BeepTone.h"
 #include "apps/petrel/PatternSource.h"
+#include "tests/e2e/host/ProcessResources.h"
 #include "tests/e2e/petrel/TestPhone.h"
 
 namespace {
@@ -193,6 +194,38 @@ TEST_F(PhoneMedia, AnOfferWithoutTheCodecIsAnsweredWithSoundAlone) {
     EXPECT_THAT(answer, testing::HasSubstr("m=audio 9 "));
     EXPECT_THAT(answer, testing::HasSubstr("a=sendonly"));
     EXPECT_THAT(answer, testing::HasSubstr("a=group:BUNDLE audio1"));
+}
+
+TEST_F(PhoneMedia, ClientsThatComeAndGoLeaveNothingBehind) {
+    StartStudio();
+    std::optional<e2e::ProcessResources> afterWarmUp;
+    for (int round = 0; round < 12; ++round) {
+        {
+            TestPhone phone(Studio());
+            const auto receiver = phone.Offer("H264");
+            ASSERT_TRUE(receiver->WaitUntil(
+                [](const Pictures& pictures, const Sound&) { return pictures.size() >= 2; }));
+        }
+        if (round == 3) afterWarmUp = e2e::OwnResources();
+    }
+    const e2e::ProcessResources now = e2e::OwnResources();
+    EXPECT_LE(now.threads, afterWarmUp->threads) << e2e::Text(now);
+    EXPECT_LE(now.descriptors, afterWarmUp->descriptors) << e2e::Text(now);
+}
+
+TEST_F(PhoneMedia, AClientThatLeavesMidNegotiationIsForgotten) {
+    StartStudio();
+    for (int round = 0; round < 10; ++round) {
+        TestPhone phone(Studio());
+        const auto receiver = phone.Offer("H264");
+        if (round % 2 == 0) {
+            EXPECT_TRUE(receiver->WaitForAnswer());
+        }
+    }
+    TestPhone phone(Studio());
+    const auto receiver = phone.Offer("H264");
+    EXPECT_TRUE(
+        receiver->WaitUntil([](const Pictures& pictures, const Sound&) { return pictures.size() >= 10; }));
 }
 
 // Not a rule of its own, but the figures that the whole house builds on.

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "apps/petrel/PhoneClient.h"
+#include "support/weak_callback.h"
 #include "tests/e2e/petrel/TestReceiver.h"
 
 namespace tests {
@@ -57,10 +58,12 @@ public:
     }
 
     // A receiver that offers to this phone and hears it.
-    std::unique_ptr<TestReceiver> Offer(const std::string& videoFormat) {
-        auto receiver = std::make_unique<TestReceiver>(videoFormat, identity.peersIdentifier,
+    std::shared_ptr<TestReceiver> Offer(const std::string& videoFormat) {
+        auto receiver = std::make_shared<TestReceiver>(videoFormat, identity.peersIdentifier,
                                                        [this](std::string text) { Say(std::move(text)); });
-        connection->SetListener([raw = receiver.get()](const std::string& text) { raw->OnMessage(text); });
+        connection->SetListener(
+            support::WeakCallback(std::weak_ptr(receiver),
+                                  [](TestReceiver& self, const std::string& text) { self.OnMessage(text); }));
         receiver->Offer();
         return receiver;
     }
