@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "webrtc_gstreamer/Crossing.h"
 #include "webrtc_gstreamer/Engine.h"
 #include "webrtc_gstreamer/Log.h"
 #include "webrtc_gstreamer/Promise.h"
@@ -128,6 +129,7 @@ Pipeline::~Pipeline() {
     }
     if (webrtc != nullptr) g_signal_handlers_disconnect_by_data(webrtc, this);
     gst_element_set_state(pipeline.get(), GST_STATE_NULL);
+    const Crossing crossing;
 }
 
 Pipeline::Made Pipeline::Create(const char* signal, const char* field) {

@@ -1,5 +1,5 @@
 // What webrtcbin reports on its own threads.
-#include "webrtc_gstreamer/CallOut.h"
+#include "webrtc_gstreamer/Crossing.h"
 #include "webrtc_gstreamer/Pipeline.h"
 
 namespace webrtc_gstreamer {
@@ -27,26 +27,31 @@ std::uint32_t SignalingStateOf(GstWebRTCSignalingState state) {
 using Reports = Pipeline::Reports;
 
 void OnCandidate(GstElement*, guint line, const gchar* text, gpointer data) {
+    const Crossing crossing;
     if (text != nullptr) static_cast<Reports*>(data)->candidate({line, text});
 }
 
 void OnNegotiationNeeded(GstElement*, gpointer data) {
+    const Crossing crossing;
     static_cast<Reports*>(data)->negotiationNeeded();
 }
 
 void OnIceConnectionState(GstElement* bin, GParamSpec*, gpointer data) {
+    const Crossing crossing;
     GstWebRTCICEConnectionState state = GST_WEBRTC_ICE_CONNECTION_STATE_NEW;
     g_object_get(bin, "ice-connection-state", &state, nullptr);
     static_cast<Reports*>(data)->iceConnectionState(static_cast<std::uint32_t>(state));
 }
 
 void OnIceGatheringState(GstElement* bin, GParamSpec*, gpointer data) {
+    const Crossing crossing;
     GstWebRTCICEGatheringState state = GST_WEBRTC_ICE_GATHERING_STATE_NEW;
     g_object_get(bin, "ice-gathering-state", &state, nullptr);
     static_cast<Reports*>(data)->iceGatheringState(static_cast<std::uint32_t>(state));
 }
 
 void OnSignalingState(GstElement* bin, GParamSpec*, gpointer data) {
+    const Crossing crossing;
     GstWebRTCSignalingState state = GST_WEBRTC_SIGNALING_STATE_STABLE;
     g_object_get(bin, "signaling-state", &state, nullptr);
     static_cast<Reports*>(data)->signalingState(SignalingStateOf(state));
@@ -55,11 +60,16 @@ void OnSignalingState(GstElement* bin, GParamSpec*, gpointer data) {
 }  // namespace
 
 void Pipeline::Connect() {
+    const Crossing crossing;
     // The handlers own what they report to, since one may still run when it is disconnected.
     const auto connect = [this](const char* signal, GCallback handler) {
         g_signal_connect_data(
             webrtc, signal, handler, new Reports(reports),
-            [](gpointer data, GClosure*) { delete static_cast<Reports*>(data); }, GConnectFlags{});
+            [](gpointer data, GClosure*) {
+                const Crossing atItsEnd;
+                delete static_cast<Reports*>(data);
+            },
+            GConnectFlags{});
     };
     connect("on-ice-candidate", G_CALLBACK(OnCandidate));
     connect("on-negotiation-needed", G_CALLBACK(OnNegotiationNeeded));
@@ -73,6 +83,7 @@ void Pipeline::Connect() {
 // On a streaming thread. The state change in the destructor waits for those, so that this object is there.
 void Pipeline::OnPadAdded(GstElement*, GstPad* pad, gpointer self) {
     if (GST_PAD_DIRECTION(pad) != GST_PAD_SRC) return;
+    const Crossing crossing;
     auto* pipeline = static_cast<Pipeline*>(self);
     const support::MutexLock lock(pipeline->mutex);
     if (pipeline->ending) return;
@@ -81,6 +92,7 @@ void Pipeline::OnPadAdded(GstElement*, GstPad* pad, gpointer self) {
 }
 
 void Pipeline::OnPadRemoved(GstElement*, GstPad* pad, gpointer self) {
+    const Crossing crossing;
     auto* pipeline = static_cast<Pipeline*>(self);
     ElementPointer ended;
     {

@@ -3,6 +3,7 @@
 #include <chrono>
 
 #include "support/annotated_mutex.h"
+#include "webrtc_gstreamer/Crossing.h"
 
 namespace webrtc_gstreamer {
 namespace {
@@ -31,11 +32,17 @@ struct Promise::State {
 
 Promise::Promise() : state(std::make_shared<State>()) {
     using Shared = std::shared_ptr<State>;
+    const Crossing crossing;
     promise.reset(gst_promise_new_with_change_func(
         [](GstPromise* changedPromise, gpointer data) {
+            const Crossing inCallback;
             (*static_cast<Shared*>(data))->OnChange(changedPromise);
         },
-        new Shared(state), [](gpointer data) { delete static_cast<Shared*>(data); }));
+        new Shared(state),
+        [](gpointer data) {
+            const Crossing atItsEnd;
+            delete static_cast<Shared*>(data);
+        }));
 }
 
 Promise::~Promise() = default;

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "webrtc_gstreamer/Crossing.h"
 #include "webrtc_gstreamer/GstPointers.h"
 #include "webrtc_gstreamer/Log.h"
 #include "webrtc_gstreamer/PictureReader.h"
@@ -77,12 +78,14 @@ struct AudioOutput {
 };
 
 GstFlowReturn OnPicture(GstAppSink* sink, gpointer data) {
+    const Crossing crossing;
     const SamplePointer sample(gst_app_sink_pull_sample(sink));
     if (sample) static_cast<VideoOutput*>(data)->reader.Read(sample.get());
     return GST_FLOW_OK;
 }
 
 GstFlowReturn OnSound(GstAppSink* sink, gpointer data) {
+    const Crossing crossing;
     const SamplePointer sample(gst_app_sink_pull_sample(sink));
     GstBuffer* buffer = sample ? gst_sample_get_buffer(sample.get()) : nullptr;
     GstMapInfo map;
@@ -101,8 +104,10 @@ void ConnectSink(GstElement* bin, GstFlowReturn (*onSample)(GstAppSink*, gpointe
     const ElementPointer sink(gst_bin_get_by_name(GST_BIN(bin), "sink"));
     GstAppSinkCallbacks callbacks{};
     callbacks.new_sample = onSample;
-    gst_app_sink_set_callbacks(GST_APP_SINK(sink.get()), &callbacks, output,
-                               [](gpointer data) { delete static_cast<Output*>(data); });
+    gst_app_sink_set_callbacks(GST_APP_SINK(sink.get()), &callbacks, output, [](gpointer data) {
+        const Crossing crossing;
+        delete static_cast<Output*>(data);
+    });
 }
 
 int RotationOf(const GstTagList* tags) {
@@ -121,6 +126,7 @@ int RotationOf(const GstTagList* tags) {
 GstPadProbeReturn OnSinkEvent(GstPad*, GstPadProbeInfo* probe, gpointer data) {
     GstEvent* event = gst_pad_probe_info_get_event(probe);
     if (GST_EVENT_TYPE(event) != GST_EVENT_TAG) return GST_PAD_PROBE_OK;
+    const Crossing crossing;
     GstTagList* tags = nullptr;
     gst_event_parse_tag(event, &tags);
     const int rotation = RotationOf(tags);

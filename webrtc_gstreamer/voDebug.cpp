@@ -72,8 +72,8 @@ void RouteGStreamerLog(LogLevel level) {
     }
     if (mustAdd) {
         // Without its own switch GStreamer stays silent on standard error, whatever level the sink asks for.
-        if (std::getenv("GST_DEBUG") == nullptr) gst_debug_remove_log_function(gst_debug_log_default);
-        gst_debug_add_log_function(OnGStreamerLine, nullptr, nullptr);
+        if (std::getenv("GST_DEBUG") == nullptr) (gst_debug_remove_log_function)(nullptr);
+        (gst_debug_add_log_function)(OnGStreamerLine, nullptr, nullptr);
         gst_debug_set_active(TRUE);
     }
     for (const char* category : kCategories) {

@@ -129,7 +129,7 @@ TEST(BadDescription, IsReportedAndChangesNothing) {
                                                   const char* name) {
         call.connection->SetRemoteDescription(sdp.c_str(), type);
         ++failures;
-        const bool reported = call.record.WaitUntil([&call, failures](const auto& all) {
+        const bool reported = call.record.WaitUntil([failures](const auto& all) {
             return static_cast<std::size_t>(std::count_if(all.begin(), all.end(), [](const auto& entry) {
                        return entry.what == "failure";
                    })) >= failures;

@@ -133,14 +133,18 @@ void Call::ConnectByOfferOfPhone() {
 bool Call::WaitForPictures(int count) {
     const auto added = WaitForStream();
     if (!added || !added->VideoTrack(0)) return false;
-    Record pictures;
-    std::atomic<int> remaining{count};
-    const voPointer<voVideoTrackInterface::Sink> sink(
-        new VideoSink([&pictures, &remaining](const voI420Frame&) {
-            if (--remaining == 0) pictures.Add("enough");
-        }));
+    // A call that has begun may outlast the removal.
+    struct Count {
+        Record pictures;
+        std::atomic<int> remaining;
+    };
+    const auto state = std::make_shared<Count>();
+    state->remaining = count;
+    const voPointer<voVideoTrackInterface::Sink> sink(new VideoSink([state](const voI420Frame&) {
+        if (--state->remaining == 0) state->pictures.Add("enough");
+    }));
     added->VideoTrack(0)->AddOrUpdateSink(sink);
-    const bool enough = pictures.WaitFor("enough").has_value();
+    const bool enough = state->pictures.WaitFor("enough").has_value();
     added->VideoTrack(0)->RemoveSink(sink);
     return enough;
 }

@@ -36,8 +36,8 @@ TEST(Lifetime, ReleaseAtOnceAfterCreation) {
 class ReleasedInside : public testing::TestWithParam<const char*> {};
 
 TEST_P(ReleasedInside, AnObserverCall) {
-    Call call;
     Record record;
+    Call call;
     call.onEvent = [&call, &record](const std::string& what) {
         if (what != GetParam() || !call.connection) return;
         call.Release();
@@ -52,10 +52,10 @@ INSTANTIATE_TEST_SUITE_P(Calls, ReleasedInside,
                          testing::Values("offer", "candidate", "stream", "ice", "gathering", "signaling"));
 
 TEST(Lifetime, NoObserverCallBeginsAfterDetaching) {
-    Call call;
     std::atomic<bool> detached{false};
     std::atomic<int> late{0};
     Record record;
+    Call call;
     call.onEvent = [&](const std::string& what) {
         if (detached) ++late;
         if (what != "offer") return;
@@ -172,12 +172,12 @@ TEST(Statistics, CountBytesAgainstTheSteadyClock) {
 }
 
 TEST(Statistics, CountVideoAndAudioTogether) {
+    Record blocks;
+    std::atomic<int> count{0};
     Call sound({.sendVideo = false});
     sound.Connect();
     const auto stream = sound.WaitForStream();
     ASSERT_TRUE(stream);
-    Record blocks;
-    std::atomic<int> count{0};
     const voPointer<voAudioTrackInterface::Sink> sink(new AudioSink([&](const voAudioData&) {
         if (++count == 100) blocks.Add("enough");
     }));

@@ -49,11 +49,11 @@ protected:
 };
 
 TEST_P(LoopbackOnly, PicturesAndSoundArrive) {
+    Record blocks;
     Call call({.codec = GetParam()});
     call.Connect();
     ASSERT_TRUE(call.WaitForPictures(30));
     const auto stream = call.WaitForStream();
-    Record blocks;
     const voPointer<voAudioTrackInterface::Sink> sink(
         new AudioSink([&blocks](const voAudioData&) { blocks.Add("block"); }));
     stream->AudioTrack(0)->AddSink(sink);

@@ -10,11 +10,11 @@ namespace {
 class Media : public testing::TestWithParam<const char*> {};
 
 TEST_P(Media, FirstPictureArrives) {
+    Record pictures;
     Call call({.codec = GetParam(), .width = 320, .height = 240});
     call.Connect();
     const auto stream = call.WaitForStream();
     ASSERT_TRUE(stream);
-    Record pictures;
     const voPointer<voVideoTrackInterface::Sink> sink(new VideoSink([&pictures](const voI420Frame& frame) {
         pictures.Add("picture", std::to_string(frame.width) + "x" + std::to_string(frame.height));
     }));
@@ -30,11 +30,11 @@ TEST_P(Media, FirstPictureArrives) {
 INSTANTIATE_TEST_SUITE_P(Codecs, Media, testing::Values("H264", "VP8", "VP9"));
 
 TEST(Media, SoundComesInBlocksOfTenMilliseconds) {
+    Record blocks;
     Call call;
     call.Connect();
     const auto stream = call.WaitForStream();
     ASSERT_TRUE(stream);
-    Record blocks;
     const voPointer<voAudioTrackInterface::Sink> sink(new AudioSink([&blocks](const voAudioData& data) {
         const bool loud = data.samples[0] > 1000 || data.samples[200] > 1000;
         blocks.Add(loud ? "loud" : "quiet",

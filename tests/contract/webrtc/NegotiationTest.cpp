@@ -66,8 +66,8 @@ TEST(Offer, ComesBeforeTheFirstCandidate) {
 }
 
 TEST(Candidate, CarriesIdentifierAndIndexAsText) {
-    Call call;
     Record candidates;
+    Call call;
     call.connection->CreateOffer();
     const auto candidate = call.record.WaitFor("candidate");
     ASSERT_TRUE(candidate);
@@ -76,6 +76,7 @@ TEST(Candidate, CarriesIdentifierAndIndexAsText) {
 }
 
 TEST(Candidate, MayArriveBeforeTheDescription) {
+    std::atomic<int> early{0};
     Call call;
     std::string answer;
     call.onPhoneDescription = [&call, &answer](const std::string& sdp) {
@@ -83,7 +84,6 @@ TEST(Candidate, MayArriveBeforeTheDescription) {
         call.record.Add("held back");
     };
     // The phone's candidates go to the library at once, its answer only after the first of them.
-    std::atomic<int> early{0};
     const auto forward = call.phone.onCandidate;
     call.phone.onCandidate = [&call, &early, forward](unsigned int line, const std::string& candidate) {
         forward(line, candidate);
@@ -146,13 +146,13 @@ TEST(Answer, RefusedSoundLeavesTheTrackNull) {
 }
 
 TEST(Answer, RefusedPictureLeavesTheTrackNullAndSoundArrives) {
+    Record blocks;
     Call call({.sendVideo = false});
     call.Connect();
     const auto stream = call.WaitForStream();
     ASSERT_TRUE(stream);
     EXPECT_FALSE(stream->VideoTrack(0));
     ASSERT_TRUE(stream->AudioTrack(0));
-    Record blocks;
     const voPointer<voAudioTrackInterface::Sink> sink(
         new AudioSink([&blocks](const voAudioData&) { blocks.Add("block"); }));
     stream->AudioTrack(0)->AddSink(sink);

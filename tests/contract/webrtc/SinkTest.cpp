@@ -12,14 +12,14 @@ namespace {
 using std::chrono::steady_clock;
 
 TEST(VideoSink, RemovedInsideItsCallbackIsNotCalledAgain) {
+    Record record;
+    std::atomic<int> calls{0};
     Call call;
     call.Connect();
     const auto stream = call.WaitForStream();
     ASSERT_TRUE(stream);
     const auto track = stream->VideoTrack(0);
-    Record record;
     voPointer<voVideoTrackInterface::Sink> sink;
-    std::atomic<int> calls{0};
     sink = new VideoSink([&](const voI420Frame&) {
         ++calls;
         track->RemoveSink(sink);
@@ -32,15 +32,15 @@ TEST(VideoSink, RemovedInsideItsCallbackIsNotCalledAgain) {
 }
 
 TEST(VideoSink, AddedTwiceIsCalledOncePerPictureAndRemovedOnce) {
+    Record record;
+    std::atomic<const std::uint8_t*> last{nullptr};
+    std::atomic<int> repeated{0};
+    std::atomic<int> calls{0};
     Call call;
     call.Connect();
     const auto stream = call.WaitForStream();
     ASSERT_TRUE(stream);
     const auto track = stream->VideoTrack(0);
-    Record record;
-    std::atomic<const std::uint8_t*> last{nullptr};
-    std::atomic<int> repeated{0};
-    std::atomic<int> calls{0};
     const voPointer<voVideoTrackInterface::Sink> twice(new VideoSink([&](const voI420Frame& frame) {
         if (last.exchange(frame.y) == frame.y) ++repeated;
         if (++calls == 20) record.Add("enough");
@@ -64,12 +64,12 @@ TEST(VideoSink, AddedTwiceIsCalledOncePerPictureAndRemovedOnce) {
 }
 
 TEST(VideoSink, ExceptionEndsOnlyItsOwnCall) {
+    Record record;
+    std::atomic<int> calls{0};
     Call call;
     call.Connect();
     const auto stream = call.WaitForStream();
     ASSERT_TRUE(stream);
-    Record record;
-    std::atomic<int> calls{0};
     const voPointer<voVideoTrackInterface::Sink> sink(new VideoSink([&](const voI420Frame&) {
         if (++calls == 5) record.Add("enough");
         if (calls % 2 == 0) throw 1;
@@ -81,12 +81,12 @@ TEST(VideoSink, ExceptionEndsOnlyItsOwnCall) {
 }
 
 TEST(VideoSink, LastReferencesMayGoInsideTheCallback) {
+    Record record;
+    std::atomic<bool> done{false};
     auto call = std::make_unique<Call>();
     call->Connect();
     auto stream = call->WaitForStream();
     ASSERT_TRUE(stream);
-    Record record;
-    std::atomic<bool> done{false};
     auto track = stream->VideoTrack(0);
     track->AddOrUpdateSink(new VideoSink([&](const voI420Frame&) {
         if (done.exchange(true)) return;
@@ -99,12 +99,12 @@ TEST(VideoSink, LastReferencesMayGoInsideTheCallback) {
 }
 
 TEST(AudioSink, LastReferencesMayGoInsideTheCallback) {
+    Record record;
+    std::atomic<bool> done{false};
     auto call = std::make_unique<Call>();
     call->Connect();
     auto stream = call->WaitForStream();
     ASSERT_TRUE(stream);
-    Record record;
-    std::atomic<bool> done{false};
     auto track = stream->AudioTrack(0);
     track->AddSink(new AudioSink([&](const voAudioData&) {
         if (done.exchange(true)) return;
@@ -145,11 +145,11 @@ TEST(Pictures, ComeAtTheSendersRate) {
 }
 
 TEST(Pictures, OddSizesKeepTheirSize) {
+    Record record;
     Call call({.codec = "VP8", .width = 321, .height = 243});
     call.Connect();
     const auto stream = call.WaitForStream();
     ASSERT_TRUE(stream);
-    Record record;
     const voPointer<voVideoTrackInterface::Sink> sink(new VideoSink([&](const voI420Frame& frame) {
         EXPECT_GE(frame.strideY, frame.width);
         EXPECT_GE(frame.strideU, (frame.width + 1) / 2);
@@ -163,11 +163,11 @@ TEST(Pictures, OddSizesKeepTheirSize) {
 }
 
 TEST(Pictures, HaveTheSendersColours) {
+    Record record;
     Call call({.pattern = "red"});
     call.Connect();
     const auto stream = call.WaitForStream();
     ASSERT_TRUE(stream);
-    Record record;
     const voPointer<voVideoTrackInterface::Sink> sink(new VideoSink([&](const voI420Frame& frame) {
         const auto at = [](const std::uint8_t* plane, int stride, int x, int y) {
             return plane[y * stride + x];
@@ -190,16 +190,16 @@ TEST(Pictures, HaveTheSendersColours) {
 }
 
 TEST(Sound, IsSteadyAndWithoutClicks) {
-    Call call;
-    call.Connect();
-    const auto stream = call.WaitForStream();
-    ASSERT_TRUE(stream);
     Record record;
     std::vector<std::int16_t> left;
     left.reserve(480 * 400);
     int blocks = 0;
     steady_clock::time_point begin;
     steady_clock::time_point end;
+    Call call;
+    call.Connect();
+    const auto stream = call.WaitForStream();
+    ASSERT_TRUE(stream);
     const voPointer<voAudioTrackInterface::Sink> sink(new AudioSink([&](const voAudioData& data) {
         ++blocks;
         if (blocks == 50) begin = steady_clock::now();
@@ -229,13 +229,13 @@ TEST(Sound, IsSteadyAndWithoutClicks) {
 }
 
 TEST(Sound, IsZeroWhileTheTrackIsDisabled) {
+    Record record;
+    std::atomic<bool> disabled{false};
+    std::atomic<int> since{0};
     Call call;
     call.Connect();
     const auto stream = call.WaitForStream();
     ASSERT_TRUE(stream);
-    Record record;
-    std::atomic<bool> disabled{false};
-    std::atomic<int> since{0};
     const voPointer<voAudioTrackInterface::Sink> sink(new AudioSink([&](const voAudioData& data) {
         bool silent = true;
         for (std::uint64_t index = 0; index < data.frames * data.channels; ++index)
@@ -265,12 +265,12 @@ TEST(Sound, IsZeroWhileTheTrackIsDisabled) {
 }
 
 TEST(Sound, GoesOnAsSilenceWhenThePhoneVanishes) {
+    Record record;
+    std::atomic<int> silentInARow{0};
     Call call;
     call.Connect();
     const auto stream = call.WaitForStream();
     ASSERT_TRUE(stream);
-    Record record;
-    std::atomic<int> silentInARow{0};
     const voPointer<voAudioTrackInterface::Sink> sink(new AudioSink([&](const voAudioData& data) {
         bool silent = true;
         for (std::uint64_t index = 0; index < data.frames * data.channels; ++index)

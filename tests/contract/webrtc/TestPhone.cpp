@@ -6,6 +6,9 @@
 
 #include <map>
 #include <sstream>
+#include <utility>
+
+#include "support/annotated_mutex.h"
 
 namespace contract {
 namespace {
@@ -57,19 +60,35 @@ std::string AudioBranch(const TestPhone::Options& options, int payload) {
            " ! queue ! phone.";
 }
 
-void UseLoopbackIfThereIsNothingElse(GstElement* webrtc) {
+// Makes what one thread wrote visible to GStreamer's threads in a way that the thread checker sees.
+void Cross() {
+    static support::Mutex mutex;
+    const support::MutexLock lock(mutex);
+}
+
+// Without a promise webrtcbin would lose its answer when it is closing.
+void Emit(GstElement* webrtc, const char* signal, GstWebRTCSessionDescription* description) {
+    GstPromise* promise = gst_promise_new();
+    g_signal_emit_by_name(webrtc, signal, description, promise);
+    gst_promise_unref(promise);
+}
+
+// Asks no router for anything, and uses loopback if there is nothing else.
+void SetUpIce(GstElement* webrtc) {
     GList* addresses = nice_interfaces_get_local_ips(FALSE);
     const bool others = addresses != nullptr;
     g_list_free_full(addresses, g_free);
-    if (others) return;
     GObject* ice = nullptr;
     g_object_get(webrtc, "ice-agent", &ice, nullptr);
     NiceAgent* agent = nullptr;
     g_object_get(ice, "agent", &agent, nullptr);
-    NiceAddress address;
-    nice_address_init(&address);
-    nice_address_set_from_string(&address, "127.0.0.1");
-    nice_agent_add_local_address(agent, &address);
+    g_object_set(agent, "upnp", FALSE, "ice-tcp", FALSE, nullptr);
+    if (!others) {
+        NiceAddress address;
+        nice_address_init(&address);
+        nice_address_set_from_string(&address, "127.0.0.1");
+        nice_agent_add_local_address(agent, &address);
+    }
     g_object_unref(agent);
     g_object_unref(ice);
 }
@@ -81,55 +100,75 @@ void TestPhone::Build(const std::string& offer) {
     std::string description = "webrtcbin name=phone bundle-policy=max-bundle latency=50";
     if (options.sendVideo) description += VideoBranch(options, PayloadOf(offer, options.codec));
     if (options.sendAudio) description += AudioBranch(options, PayloadOf(offer, "OPUS"));
-    pipeline = gst_parse_launch(description.c_str(), nullptr);
-    webrtc = GST_IS_PIPELINE(pipeline) ? gst_bin_get_by_name(GST_BIN(pipeline), "phone")
-                                       : GST_ELEMENT(gst_object_ref(pipeline));
-    UseLoopbackIfThereIsNothingElse(webrtc);
-    g_signal_connect(webrtc, "on-ice-candidate",
+    GstElement* made = gst_parse_launch(description.c_str(), nullptr);
+    GstElement* bin = GST_IS_PIPELINE(made) ? gst_bin_get_by_name(GST_BIN(made), "phone")
+                                            : GST_ELEMENT(gst_object_ref(made));
+    SetUpIce(bin);
+    g_signal_connect(bin, "on-ice-candidate",
                      G_CALLBACK(+[](GstElement*, guint line, gchar* text, gpointer self) {
+                         Cross();
                          const auto& handler = static_cast<TestPhone*>(self)->onCandidate;
                          if (handler) handler(line, text);
                      }),
                      this);
-    gst_element_set_state(pipeline, GST_STATE_PLAYING);
+    Cross();
+    gst_element_set_state(made, GST_STATE_PLAYING);
+    const support::MutexLock lock(mutex);
+    pipeline = made;
+    webrtc = bin;
+}
+
+// With a reference for the caller; null when there is none.
+GstElement* TestPhone::Webrtc() {
+    const support::MutexLock lock(mutex);
+    return webrtc != nullptr ? GST_ELEMENT(gst_object_ref(webrtc)) : nullptr;
 }
 
 void TestPhone::Answer(const std::string& offer) {
     Build(offer);
     SetRemote(offer, true);
-    g_signal_emit_by_name(webrtc, "create-answer", nullptr,
+    GstElement* bin = Webrtc();
+    g_signal_emit_by_name(bin, "create-answer", nullptr,
                           gst_promise_new_with_change_func(OnMade, this, nullptr));
+    gst_object_unref(bin);
 }
 
 void TestPhone::Offer() {
     offers = true;
     Build({});
+    GstElement* bin = Webrtc();
     GArray* transceivers = nullptr;
-    g_signal_emit_by_name(webrtc, "get-transceivers", &transceivers);
+    g_signal_emit_by_name(bin, "get-transceivers", &transceivers);
     for (guint index = 0; index < transceivers->len; ++index) {
         g_object_set(g_array_index(transceivers, GObject*, index), "direction",
                      GST_WEBRTC_RTP_TRANSCEIVER_DIRECTION_SENDONLY, nullptr);
     }
     g_array_unref(transceivers);
-    g_signal_emit_by_name(webrtc, "create-offer", nullptr,
+    g_signal_emit_by_name(bin, "create-offer", nullptr,
                           gst_promise_new_with_change_func(OnMade, this, nullptr));
+    gst_object_unref(bin);
 }
 
 void TestPhone::OnMade(GstPromise* promise, gpointer data) {
+    Cross();
     auto* self = static_cast<TestPhone*>(data);
-    if (gst_promise_wait(promise) != GST_PROMISE_RESULT_REPLIED) {
-        gst_promise_unref(promise);
-        return;
-    }
     GstWebRTCSessionDescription* description = nullptr;
-    gst_structure_get(gst_promise_get_reply(promise), self->offers ? "offer" : "answer",
-                      GST_TYPE_WEBRTC_SESSION_DESCRIPTION, &description, nullptr);
+    if (gst_promise_wait(promise) == GST_PROMISE_RESULT_REPLIED) {
+        gst_structure_get(gst_promise_get_reply(promise), self->offers ? "offer" : "answer",
+                          GST_TYPE_WEBRTC_SESSION_DESCRIPTION, &description, nullptr);
+    }
     gst_promise_unref(promise);
-    if (description == nullptr) return;
+    if (description != nullptr) self->Deliver(description);
+}
+
+void TestPhone::Deliver(GstWebRTCSessionDescription* description) {
     gchar* text = gst_sdp_message_as_text(description->sdp);
-    if (self->onDescription) self->onDescription(text);
+    if (onDescription) onDescription(text);
     g_free(text);
-    g_signal_emit_by_name(self->webrtc, "set-local-description", description, nullptr);
+    if (GstElement* bin = Webrtc()) {
+        Emit(bin, "set-local-description", description);
+        gst_object_unref(bin);
+    }
     gst_webrtc_session_description_free(description);
 }
 
@@ -138,7 +177,10 @@ void TestPhone::SetRemote(const std::string& sdp, bool isOffer) {
     gst_sdp_message_new_from_text(sdp.c_str(), &message);
     GstWebRTCSessionDescription* description = gst_webrtc_session_description_new(
         isOffer ? GST_WEBRTC_SDP_TYPE_OFFER : GST_WEBRTC_SDP_TYPE_ANSWER, message);
-    g_signal_emit_by_name(webrtc, "set-remote-description", description, nullptr);
+    if (GstElement* bin = Webrtc()) {
+        Emit(bin, "set-remote-description", description);
+        gst_object_unref(bin);
+    }
     gst_webrtc_session_description_free(description);
 }
 
@@ -147,15 +189,25 @@ void TestPhone::TakeAnswer(const std::string& answer) {
 }
 
 void TestPhone::AddCandidate(unsigned int lineIndex, const std::string& candidate) {
-    if (webrtc != nullptr) g_signal_emit_by_name(webrtc, "add-ice-candidate", lineIndex, candidate.c_str());
+    GstElement* bin = Webrtc();
+    if (bin == nullptr) return;
+    g_signal_emit_by_name(bin, "add-ice-candidate", lineIndex, candidate.c_str());
+    gst_object_unref(bin);
 }
 
 void TestPhone::Vanish() {
-    if (pipeline == nullptr) return;
-    gst_element_set_state(pipeline, GST_STATE_NULL);
-    gst_object_unref(webrtc);
-    gst_object_unref(pipeline);
-    pipeline = webrtc = nullptr;
+    GstElement* oldPipeline = nullptr;
+    GstElement* oldBin = nullptr;
+    {
+        const support::MutexLock lock(mutex);
+        oldPipeline = std::exchange(pipeline, nullptr);
+        oldBin = std::exchange(webrtc, nullptr);
+    }
+    if (oldPipeline == nullptr) return;
+    gst_element_set_state(oldPipeline, GST_STATE_NULL);
+    gst_object_unref(oldBin);
+    gst_object_unref(oldPipeline);
+    Cross();
 }
 
 }  // namespace contract

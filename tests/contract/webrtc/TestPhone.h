@@ -3,9 +3,12 @@
 #pragma once
 
 #include <gst/gst.h>
+#include <gst/webrtc/webrtc.h>
 
 #include <functional>
 #include <string>
+
+#include "support/annotated_mutex.h"
 
 namespace contract {
 
@@ -41,12 +44,16 @@ public:
 private:
     void Build(const std::string& offer);
     void SetRemote(const std::string& sdp, bool isOffer);
-    static void OnMade(GstPromise* promise, gpointer self);
+    static void OnMade(GstPromise* promise, gpointer data);
+    void Deliver(GstWebRTCSessionDescription* description);
+
+    GstElement* Webrtc();
 
     const Options options;
-    GstElement* pipeline = nullptr;
-    GstElement* webrtc = nullptr;
     bool offers = false;
+    support::Mutex mutex;
+    GstElement* pipeline GUARDED_BY(mutex) = nullptr;
+    GstElement* webrtc GUARDED_BY(mutex) = nullptr;
 };
 
 }  // namespace contract
