@@ -21,6 +21,13 @@ std::unique_ptr<AudioSource> MakeAudio(const SimulateOptions& options, std::stri
     return FileAudioSource::Open(options.audio, error);
 }
 
+// GStreamer makes its DTLS key when first asked for it, and it costs a good part of a second on a small
+// machine: now, not when the first client waits.
+void MakeKey() {
+    if (GstElement* user = gst_element_factory_make("dtlsdec", nullptr))
+        gst_object_unref(gst_object_ref_sink(user));
+}
+
 }  // namespace
 
 std::unique_ptr<Simulator> Simulator::Start(const SimulateOptions& options, std::uint16_t port,
@@ -33,6 +40,7 @@ std::unique_ptr<Simulator> Simulator::Start(const SimulateOptions& options, std:
     std::unique_ptr<Simulator> simulator(new Simulator);
     simulator->encoder = SharedEncoder::Make(options, std::move(video), std::move(audio), error);
     if (simulator->encoder == nullptr) return nullptr;
+    MakeKey();
     const Studio studio{simulator->loop, *simulator->encoder};
     for (const std::string& address : options.addresses) {
         PhoneIdentity identity = MakePhoneIdentity(address, options.name, options.addresses.size() > 1);
