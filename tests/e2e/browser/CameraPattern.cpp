@@ -12,7 +12,7 @@ constexpr int kSquareStep = 10;
 constexpr Colour kWhite = {235, 128, 128};
 constexpr Colour kBlack = {16, 128, 128};
 constexpr int kSampleRate = 48'000;
-constexpr int kToneSeconds = 2;  // whole periods, so that the loop has no seam
+constexpr int kToneSeconds = 60;  // longer than a test: the browser's loop has an audible seam
 
 // `area` lies on even coordinates.
 void Fill(CameraPicture& picture, const Area& area, const Colour& colour) {

@@ -1,5 +1,6 @@
 #include "tests/e2e/browser/ReceivedMedia.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <numbers>
@@ -8,10 +9,18 @@ namespace browser {
 namespace {
 
 constexpr double kSampleRate = 48'000;
+constexpr std::size_t kWindow = 1920;  // 40 ms
 
 std::uint8_t ByteAt(const ReceivedPicture& picture, int x, int y, int offset) {
     const auto row = static_cast<std::size_t>(y) * static_cast<std::size_t>(picture.width) * 2;
     return picture.bytes[row + static_cast<std::size_t>(x) * 2 + static_cast<std::size_t>(offset)];
+}
+
+double MedianOf(std::vector<double> values) {
+    if (values.empty()) return 0;
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
 }
 
 }  // namespace
@@ -76,7 +85,7 @@ double LumaSignalToNoise(const ReceivedPicture& picture, std::uint32_t frameNumb
 }
 
 // Goertzel's algorithm over the whole signal.
-Tone MeasureTone(const std::vector<std::int16_t>& samples, double hertz) {
+Tone MeasureTone(std::span<const std::int16_t> samples, double hertz) {
     const double factor = 2 * std::cos(2 * std::numbers::pi * hertz / kSampleRate);
     double last = 0;
     double beforeLast = 0;
@@ -92,6 +101,17 @@ Tone MeasureTone(const std::vector<std::int16_t>& samples, double hertz) {
     const double power = last * last + beforeLast * beforeLast - factor * last * beforeLast;
     const auto count = static_cast<double>(samples.size());
     return {2 * std::sqrt(power) / count, 2 * power / (count * energy)};
+}
+
+Tone MeasureSteadyTone(std::span<const std::int16_t> samples, double hertz) {
+    std::vector<double> levels;
+    std::vector<double> shares;
+    for (; samples.size() >= kWindow; samples = samples.subspan(kWindow)) {
+        const Tone tone = MeasureTone(samples.first(kWindow), hertz);
+        levels.push_back(tone.level);
+        shares.push_back(tone.share);
+    }
+    return {MedianOf(std::move(levels)), MedianOf(std::move(shares))};
 }
 
 }  // namespace browser

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "tests/e2e/browser/CameraPattern.h"
@@ -35,6 +36,10 @@ struct Tone {
     double level = 0;  // its peak, of full scale
     double share = 0;  // of the whole energy, 0 to 1
 };
-Tone MeasureTone(const std::vector<std::int16_t>& samples, double hertz);
+Tone MeasureTone(std::span<const std::int16_t> samples, double hertz);
+
+// The median over windows so short that a playout which runs a few tenths of a percent faster or slower, to
+// follow its sender, changes nothing.
+Tone MeasureSteadyTone(std::span<const std::int16_t> samples, double hertz);
 
 }  // namespace browser

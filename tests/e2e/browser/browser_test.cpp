@@ -1,0 +1,159 @@
+// A real browser is the phone: what its camera and microphone were given arrives at the host through the
+// plug-in, and its tally light follows the host.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <iostream>
+#include <memory>
+#include <string>
+
+#include "tests/e2e/browser/BrowserPhone.h"
+#include "tests/e2e/browser/PulledMedia.h"
+#include "tests/e2e/host/HostHarness.h"
+
+namespace browser {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr const char* kAddress = "127.0.0.91";
+constexpr auto kLaunchLimit = 60s;  // a browser on a busy machine
+constexpr auto kMediaLimit = 30s;
+constexpr double kSharpEnough = 32;  // dB
+constexpr int kLumaTolerance = 3;
+constexpr int kColourTolerance = 6;  // coders spend few bits on it
+constexpr double kToneShare = 0.95;
+constexpr double kLevelTolerance = 0.03;
+
+class BrowserTest : public testing::Test {
+protected:
+    void SetUp() override {
+        folder = std::filesystem::path(testing::TempDir()) / ("browser_phone_" + std::to_string(getpid()));
+        std::filesystem::create_directories(folder);
+        ASSERT_TRUE(WriteCameraFile(folder / "camera.y4m"));
+        ASSERT_TRUE(WriteMicrophoneFile(folder / "microphone.wav"));
+    }
+    void TearDown() override { std::filesystem::remove_all(folder); }
+
+    void StartPhone(const std::string& codec) {
+        phone = std::make_unique<BrowserPhone>(
+            BrowserPhoneOptions{kAddress, folder / "camera.y4m", folder / "microphone.wav", codec});
+        ASSERT_TRUE(phone->WaitFor("listening", kLaunchLimit)) << phone->Transcript();
+    }
+
+    // The browser is the source; its first picture has arrived.
+    void Connect() {
+        source = host.Host().Sources().Add(kAddress);
+        ASSERT_TRUE(source);
+        host.Host().Puller().Add(source, media);
+        ASSERT_TRUE(host.RunUntil([this] { return media->FirstPictureAtUs() != 0; }, kMediaLimit))
+            << phone->Transcript();
+        std::cout << "first picture after "
+                  << (media->FirstPictureAtUs() - source->FirstActivatedAtUs()) / 1000 << " ms\n";
+    }
+
+    // What the browser really encodes.
+    std::string SentCodec() {
+        host.RunUntil([this] { return !phone->Latest("sending").name.empty(); }, kMediaLimit);
+        const PhoneEvent sending = phone->Latest("sending");
+        std::cout << "codec " << sending.codec << " by " << sending.encoder << "\n";
+        return sending.codec;
+    }
+
+    // A browser begins with few bits and sharpens: waits for a picture that is as good as asked, and returns
+    // the best that was seen.
+    double BestSharpness(double wanted) {
+        double best = 0;
+        const auto look = [this, &best, wanted] {
+            const auto picture = media->LatestPicture();
+            const auto number = picture ? FrameNumberOf(*picture) : std::nullopt;
+            if (number) best = std::max(best, LumaSignalToNoise(*picture, *number));
+            return best >= wanted;
+        };
+        host.RunUntil(look, kMediaLimit);
+        return best;
+    }
+
+    void ExpectCameraColours() {
+        const auto picture = media->LatestPicture();
+        ASSERT_TRUE(picture);
+        for (const Patch& patch : kPatches) {
+            const Colour mean = MeanColour(*picture, patch.area);
+            EXPECT_NEAR(mean.luma, patch.colour.luma, kLumaTolerance) << patch.name;
+            EXPECT_NEAR(mean.blueDifference, patch.colour.blueDifference, kColourTolerance) << patch.name;
+            EXPECT_NEAR(mean.redDifference, patch.colour.redDifference, kColourTolerance) << patch.name;
+        }
+    }
+
+    void ExpectEveryFrameArrives() {
+        const auto all = [this] { return media->FrameNumbers().size() == kCameraFrames; };
+        EXPECT_TRUE(host.RunUntil(all, kMediaLimit))
+            << "only " << media->FrameNumbers().size() << " of the camera's " << kCameraFrames << " frames";
+    }
+
+    void ExpectTone() {
+        Tone left;
+        Tone right;
+        const auto found = [this, &left, &right] {
+            left = MeasureSteadyTone(media->LatestSecondLeft(), kToneHertz);
+            right = MeasureSteadyTone(media->LatestSecondRight(), kToneHertz);
+            return left.share > kToneShare && right.share > kToneShare;
+        };
+        EXPECT_TRUE(host.RunUntil(found, kMediaLimit))
+            << "share of the tone " << left.share << ", " << right.share;
+        EXPECT_NEAR(left.level, kToneLevel, kLevelTolerance);
+        EXPECT_NEAR(right.level, kToneLevel, kLevelTolerance);
+        std::cout << "tone level " << left.level << ", share " << left.share << "\n";
+    }
+
+    std::filesystem::path folder;
+    std::unique_ptr<BrowserPhone> phone;
+    std::shared_ptr<PulledMedia> media = std::make_shared<PulledMedia>();
+    e2e::HostHarness host;
+    std::shared_ptr<host_runtime::Source> source;
+};
+
+class BrowserPicture : public BrowserTest, public testing::WithParamInterface<const char*> {};
+
+TEST_P(BrowserPicture, IsWhatItsCameraSaw) {
+    ASSERT_NO_FATAL_FAILURE(StartPhone(GetParam()));
+    ASSERT_NO_FATAL_FAILURE(Connect());
+    const std::string codec = SentCodec();
+    EXPECT_FALSE(codec.empty()) << phone->Transcript();
+    if (*GetParam() != '\0') {
+        EXPECT_EQ(codec, GetParam());
+    }
+    const double sharpness = BestSharpness(kSharpEnough);
+    std::cout << "luma against the camera's frame " << sharpness << " dB\n";
+    EXPECT_GE(sharpness, kSharpEnough);
+    ExpectCameraColours();
+    ExpectEveryFrameArrives();
+    ExpectTone();
+}
+
+INSTANTIATE_TEST_SUITE_P(OfEachCodec, BrowserPicture, testing::Values("", "H264", "VP8"),
+                         [](const auto& test) {
+                             return *test.param == '\0' ? std::string("AsItLikes") : std::string(test.param);
+                         });
+
+TEST_F(BrowserTest, TallyLightFollowsTheHost) {
+    ASSERT_NO_FATAL_FAILURE(StartPhone(""));
+    ASSERT_NO_FATAL_FAILURE(Connect());
+    const auto shows = [this](bool on) {
+        return host.RunUntil(
+            [this, on] {
+                const PhoneEvent tally = phone->Latest("tally");
+                return !tally.name.empty() && tally.value == on;
+            },
+            10s);
+    };
+    using host_runtime::TallyState;
+    host_runtime::SourceList& sources = host.Host().Sources();
+    sources.SetTally(source->Identifier(), TallyState::Program);
+    EXPECT_TRUE(shows(true)) << phone->Transcript();
+    sources.SetTally(source->Identifier(), TallyState::Off);
+    EXPECT_TRUE(shows(false)) << phone->Transcript();
+}
+
+}  // namespace
+}  // namespace browser
