@@ -1,7 +1,6 @@
 #include "apps/halyard/App.h"
 
 #include <fcntl.h>
-#include <gst/gst.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -120,7 +119,6 @@ bool App::OpenOutputs() {
             Complain("Nothing can be recorded. " + error);
             return false;
         }
-        gst_init(nullptr, nullptr);
     }
     return true;
 }

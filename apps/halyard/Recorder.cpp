@@ -75,6 +75,7 @@ void Recorder::Finish() {
 
 void Recorder::Run() {
     pthread_setname_np(pthread_self(), "recorder");
+    gst_init(nullptr, nullptr);  // now, so that the first picture does not wait for it
     Item item;
     while (Next(item))
         Write(item);

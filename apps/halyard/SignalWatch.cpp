@@ -29,8 +29,9 @@ sigset_t Watched() {
 void SignalWatch::Block() {
     const sigset_t set = Watched();
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
-    // A reader that went away is an error of the write, not the end of the process.
+    // A reader that went away, or a file that may not grow, is an error of the write and not the end.
     signal(SIGPIPE, SIG_IGN);
+    signal(SIGXFSZ, SIG_IGN);
 }
 
 SignalWatch::SignalWatch(std::function<void()> action) : onFirstSignal(std::move(action)) {

@@ -70,7 +70,7 @@ void FakeFactory::ForwardToSession(const char* sourceIdentifier, std::uint32_t a
 
 void FakeFactory::NewSource(nxSourceDescription& description, zRecord& settings) {
     ++made;
-    description.identifier = "SOURCE-" + std::to_string(made);
+    description.identifier = identifierPrefix + std::to_string(made);
     description.displayName = settings.AsCString("titl", "Fake phone");
     settings.SetBool("autoDiscovered", false);
     settings.SetCString("kestrel_ip_address", "");

@@ -42,6 +42,7 @@ public:
     std::map<std::string, std::uint32_t> tallies;
     // The plug-in's own withdraw, as after each stop of a session.
     void WithdrawFromHost(const std::string& identifier);
+    std::string identifierPrefix = "SOURCE-";  // of new sources; a number follows
     bool throwInActivate = false;
     bool refuseActivation = false;
 
