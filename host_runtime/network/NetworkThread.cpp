@@ -23,6 +23,7 @@ struct Network {
     void Run() {
         pthread_setname_np(pthread_self(), "network");
         context.run();
+        OPENSSL_thread_stop();  // at exit its own clean-up would come before the end of this thread
         const support::MutexLock lock(mutex);
         ended = true;
         changed.NotifyAll();

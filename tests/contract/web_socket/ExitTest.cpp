@@ -19,6 +19,9 @@ protected:
             while (peer.SendFrame({kText, true, "more"})) {
             }
         });
+        // Registered before the network thread starts, so the server goes on until that has stopped.
+        static std::unique_ptr<RawServer>* const toStop = &server;
+        std::atexit([] { toStop->reset(); });
         Open();
         log->WaitForLines(20);
         std::exit(0);

@@ -16,14 +16,27 @@ using testing::ElementsAre;
 class WebSocketSilence : public WebSocketContract {
 protected:
     void ServeForEver() {
-        Serve([this](RawPeer& peer) {
+        Serve([goodbye = goodbye](RawPeer& peer) {
             if (!peer.AcceptWebSocket()) return;
             peer.SendFrame({kText, true, "hello"});
             const auto frame = peer.ReadMessage();
-            goodbye = frame ? frame->opcode : -1;
+            *goodbye = frame ? frame->opcode : -1;
         });
     }
-    std::atomic<int> goodbye{0};  // what the server read last
+    // What the server read last; the script may outlive the test.
+    const std::shared_ptr<std::atomic<int>> goodbye = std::make_shared<std::atomic<int>>(0);
+
+    // Keeps the network thread from doing anything until the result is opened.
+    static Gate HoldUpNetworkThread() {
+        const Gate reached;
+        const Gate released;
+        boost::asio::post(host_runtime::NetworkContext(), [reached, released] {
+            reached.Open();
+            released.Wait();
+        });
+        reached.Wait();
+        return released;
+    }
 };
 
 INSTANTIATE_TEST_SUITE_P(Over, WebSocketSilence, testing::Values(Scheme::Plain, Scheme::Tls), SchemeName);
@@ -90,7 +103,7 @@ TEST_P(WebSocketSilence, CloseSaysGoodbyeAndNothingElse) {
     socket.reset();
     EXPECT_TRUE(AllSocketsGone());
     server.reset();
-    EXPECT_EQ(goodbye, kClose);
+    EXPECT_EQ(*goodbye, kClose);
     EXPECT_THAT(Reports(2), ElementsAre("open", "message hello"));
 }
 
@@ -131,12 +144,14 @@ TEST_P(WebSocketSilence, CloseWhileConnectingIsSilent) {
 TEST_P(WebSocketSilence, CloseBeforeAnythingHappenedIsSilent) {
     ServeForEver();
     socket->close();
+    const Gate released = HoldUpNetworkThread();
     for (int i = 0; i < 50; ++i) {
         Open();
         socket->close();
         socket->open("nonsense", kLongEnough);
         socket->close();
     }
+    released.Open();
     EXPECT_THAT(Reports(0), ElementsAre());
 }
 
@@ -144,13 +159,7 @@ TEST_P(WebSocketSilence, CloseDropsEventsThatWaitForTheirTurn) {
     ServeForEver();
     Open();
     Reports(2);
-    const Gate reached;
-    const Gate released;
-    boost::asio::post(host_runtime::NetworkContext(), [reached, released] {
-        reached.Open();
-        released.Wait();
-    });
-    reached.Wait();
+    const Gate released = HoldUpNetworkThread();
     server.reset();  // the loss is there before close()
     socket->close();
     released.Open();
