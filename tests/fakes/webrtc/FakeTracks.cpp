@@ -20,8 +20,25 @@ public:
     StreamBody(voPointer<voVideoTrackInterface> videoTrack, voPointer<voAudioTrackInterface> audioTrack)
         : video(std::move(videoTrack)), audio(std::move(audioTrack)) {}
 
+    void SetHook(std::function<void()> function) {
+        const support::MutexLock lock(mutex);
+        hook = std::move(function);
+    }
+    void RunHook() {
+        std::function<void()> function;
+        {
+            const support::MutexLock lock(mutex);
+            std::swap(function, hook);
+        }
+        if (function) function();
+    }
+
     const voPointer<voVideoTrackInterface> video;
     const voPointer<voAudioTrackInterface> audio;
+
+private:
+    support::Mutex mutex;
+    std::function<void()> hook GUARDED_BY(mutex);
 };
 
 }  // namespace
@@ -84,6 +101,10 @@ voPointer<voMediaStreamInterface> MakeStream(voPointer<voVideoTrackInterface> vi
         new StreamBody(std::move(video), std::move(audio)));
 }
 
+void BeforeNextTrack(const voPointer<voMediaStreamInterface>& stream, std::function<void()> function) {
+    static_cast<StreamBody&>(voObject::BaseImpl::Of(*stream)).SetHook(std::move(function));
+}
+
 FakeVideoTrack& FakeVideoTrack::Of(const voPointer<voVideoTrackInterface>& track) {
     return static_cast<FakeVideoTrack&>(BaseImpl::Of(*track));
 }
@@ -127,11 +148,15 @@ void FakeAudioTrack::Deliver(const voAudioData& data) {
 namespace vo_webrtc {
 
 voPointer<voVideoTrackInterface> voMediaStreamInterface::VideoTrack(std::uint64_t index) const {
-    return index == 0 ? static_cast<fakes::StreamBody*>(Body())->video : nullptr;
+    auto* const stream = static_cast<fakes::StreamBody*>(Body());
+    stream->RunHook();
+    return index == 0 ? stream->video : nullptr;
 }
 
 voPointer<voAudioTrackInterface> voMediaStreamInterface::AudioTrack(std::uint64_t index) const {
-    return index == 0 ? static_cast<fakes::StreamBody*>(Body())->audio : nullptr;
+    auto* const stream = static_cast<fakes::StreamBody*>(Body());
+    stream->RunHook();
+    return index == 0 ? stream->audio : nullptr;
 }
 
 void voVideoTrackInterface::AddOrUpdateSink(voPointer<Sink> sink) {

@@ -19,6 +19,9 @@ vo_webrtc::voPointer<vo_webrtc::voAudioTrackInterface> MakeAudioTrack();
 vo_webrtc::voPointer<vo_webrtc::voMediaStreamInterface> MakeStream(
     vo_webrtc::voPointer<vo_webrtc::voVideoTrackInterface> video,
     vo_webrtc::voPointer<vo_webrtc::voAudioTrackInterface> audio);
+// Runs once, when the stream is next asked for a track, before it answers.
+void BeforeNextTrack(const vo_webrtc::voPointer<vo_webrtc::voMediaStreamInterface>& stream,
+                     std::function<void()> function);
 
 // The sinks of one track. As the library has to: adding and removing are idempotent and may happen inside a
 // delivery, and no lock is held while a sink is called.

@@ -85,6 +85,23 @@ TEST_F(ConnectionRenderers, SecondStreamTakesOver) {
     EXPECT_EQ(second.AudioSinks(), 1U);
 }
 
+TEST_F(ConnectionRenderers, StreamThatArrivesWhileAnOlderOneIsAttachedWins) {
+    const auto connection = MakeStarted();
+    const Remote first;
+    const Remote second;
+    Peer()->AddStream(first.stream);
+    fakes::BeforeNextTrack(first.stream, [&] { Peer()->AddStream(second.stream); });
+    connection->GetVideoRenderer(group);
+    EXPECT_EQ(first.VideoSinks(), 0U);
+    EXPECT_EQ(second.VideoSinks(), 1U);
+
+    Peer()->AddStream(first.stream);
+    fakes::BeforeNextTrack(first.stream, [&] { Peer()->AddStream(second.stream); });
+    connection->GetAudioRenderer(group);
+    EXPECT_EQ(first.AudioSinks(), 0U);
+    EXPECT_EQ(second.AudioSinks(), 1U);
+}
+
 TEST_F(ConnectionRenderers, FlagsSurviveARestart) {
     const auto connection = MakeStarted();
     const auto audio = connection->GetAudioRenderer(group);

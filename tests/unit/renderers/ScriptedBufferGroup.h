@@ -1,8 +1,10 @@
 // The host's buffers behind a group that a test can make fail or interrupt.
 #pragma once
 
+#include <array>
 #include <functional>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "host/media/nxBuffer2.h"
@@ -17,6 +19,37 @@ struct ReleaseReference {
     }
 };
 using BufferPointer = std::unique_ptr<nxBuffer2, ReleaseReference>;
+
+// A block of sound that tells when its memory is asked for.
+class TellingSoundBuffer final : public nxBuffer2 {
+public:
+    explicit TellingSoundBuffer(std::function<void()> function)
+        : nxBuffer2(kMediaTypeAudio), beforeData(std::move(function)) {}
+
+    std::uint32_t AddRef() override { return ++references; }
+    std::uint32_t Release() override {
+        const std::uint32_t left = --references;
+        if (left == 0) delete this;
+        return left;
+    }
+    std::int64_t Timestamp() const override { return timestamp; }
+    void SetTimestamp(std::int64_t timestampUs) override { timestamp = timestampUs; }
+    nxPixelStore LockPixelsForWriting() override { return {}; }
+    void UnlockPixels() override {}
+    std::uint8_t* Data() override {
+        beforeData();
+        return data.data();
+    }
+    std::size_t DataSize() const override { return data.size(); }
+
+private:
+    ~TellingSoundBuffer() override = default;
+
+    std::uint32_t references = 1;
+    std::int64_t timestamp = kTimestampUnset;
+    std::array<std::uint8_t, 6400> data{};
+    const std::function<void()> beforeData;
+};
 
 class ScriptedBufferGroup final : public nxBufferGroup2 {
 public:
@@ -40,7 +73,10 @@ public:
     }
     zStatus CreateBuffer(const mdMediaRecord& record, std::int32_t frames, std::uint32_t flags,
                          nxBuffer2** out) override {
-        if (beforeCreate) beforeCreate();
+        if (beforeSoundData) {
+            *out = new TellingSoundBuffer(beforeSoundData);
+            return kStatusOk;
+        }
         return refuse ? Refuse(out) : group->CreateBuffer(record, frames, flags, out);
     }
     nxBuffer2* CreateColoredBuffer(std::int32_t width, std::int32_t height, std::uint32_t colour) override {
@@ -50,8 +86,9 @@ public:
 
     std::uint32_t references = 0;  // held by renderers
     bool refuse = false;
-    bool withoutPixels = false;  // pictures come without a pixel store
-    std::function<void()> beforeCreate;
+    bool withoutPixels = false;             // pictures come without a pixel store
+    std::function<void()> beforeCreate;     // of a picture
+    std::function<void()> beforeSoundData;  // sound comes in a telling buffer
     std::vector<Coloured> coloured;
 
 private:

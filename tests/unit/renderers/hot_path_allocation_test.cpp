@@ -1,61 +1,7 @@
 // A frame in, a picture out and sound in and out allocate nothing once they are warm. This program counts
 // every allocation, so it is one of its own.
-#include <atomic>
-#include <cstdlib>
-#include <new>
-
+#include "tests/unit/host_runtime/CountedAllocations.h"
 #include "tests/unit/renderers/AudioRendererTest.h"
-
-namespace {
-
-std::atomic<std::int64_t> allocations{0};
-
-void* Allocate(std::size_t size, std::size_t alignment) {
-    allocations.fetch_add(1, std::memory_order_relaxed);
-    const std::size_t rounded = (size + alignment - 1) / alignment * alignment;
-    void* const memory = std::aligned_alloc(alignment, rounded == 0 ? alignment : rounded);
-    if (memory == nullptr) throw std::bad_alloc();
-    return memory;
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-    return Allocate(size, alignof(std::max_align_t));
-}
-void* operator new[](std::size_t size) {
-    return Allocate(size, alignof(std::max_align_t));
-}
-void* operator new(std::size_t size, std::align_val_t alignment) {
-    return Allocate(size, static_cast<std::size_t>(alignment));
-}
-void* operator new[](std::size_t size, std::align_val_t alignment) {
-    return Allocate(size, static_cast<std::size_t>(alignment));
-}
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::align_val_t) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory, std::align_val_t) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory, std::size_t, std::align_val_t) noexcept {
-    std::free(memory);
-}
 
 namespace {
 
@@ -69,10 +15,10 @@ protected:
     static std::int64_t AllocationsOf(Step step) {
         for (int warmUp = 0; warmUp < 20; ++warmUp)
             step();
-        const std::int64_t before = allocations.load();
+        const std::int64_t before = tests::Allocations();
         for (int repeat = 0; repeat < 1000; ++repeat)
             step();
-        return allocations.load() - before;
+        return tests::Allocations() - before;
     }
 };
 

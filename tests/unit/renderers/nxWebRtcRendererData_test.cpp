@@ -268,7 +268,7 @@ TEST_F(RendererData, MayEndDuringASoundPullWhileSoundIsDelivered) {
     data->SetAudioRenderer(audio);
     data->AttachAudioSink(stream);
     data->videoReceived = true;
-    group.beforeCreate = [this] { data.reset(); };  // the pull now holds the last reference
+    group.beforeSoundData = [this] { data.reset(); };  // in the middle of the pull, which holds its lock
 
     std::mutex mutex;
     std::condition_variable changed;
