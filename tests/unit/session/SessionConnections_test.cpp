@@ -1,4 +1,5 @@
 #include "connection/nxWebRtcConnection.h"
+#include "renderers/nxWebRtcRendererData.h"
 #include "tests/unit/session/SessionTest.h"
 
 namespace {
@@ -145,6 +146,22 @@ TEST_F(SessionTally, SurvivesAnOutageUnsent) {
     Close();
     session->SetTallyValue(5);
     EXPECT_THAT(old->TakeSent(), IsEmpty());
+
+    StartAndOpen();
+    Socket()->TakeSent();
+    Join("phone");
+    EXPECT_THAT(Socket()->TakeSent(), ElementsAre(Message("phone", false)));
+}
+
+TEST_F(SessionTally, ThatChangedByMutingDuringAnOutageIsSentAfterTheReturn) {
+    StartAndOpen();
+    const auto data = JoinedWithRenderers("phone")->GetRendererData();
+    session->SetPeerTallyState("phone", 1);
+    EXPECT_THAT(Socket()->TakeSent(), ElementsAre(Message("phone", true)));
+    Close();
+    data->videoMuted = true;
+    data->audioMuted = true;
+    data->SendTallyIfChanged();
 
     StartAndOpen();
     Socket()->TakeSent();
