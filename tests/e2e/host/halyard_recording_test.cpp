@@ -122,7 +122,7 @@ TEST_F(HalyardRecording, AFullDiskEndsTheRecordingAndNotTheProgram) {
 
 TEST(Recorder, LeavesOutAndCountsWhatComesTooFast) {
     const tests::TemporaryDirectory directory;
-    const tests::PatternPictures pictures;
+    const tests::PatternPictures pictures{};
     constexpr int kSent = 400;
     halyard::Recorder recorder(directory.Path(), "fast");
     for (int index = 0; index < kSent; ++index) {
@@ -141,7 +141,7 @@ TEST(Recorder, LeavesOutAndCountsWhatComesTooFast) {
 
 TEST(Recorder, WritesAStandingPictureAgainSoThatTheSoundGoesOn) {
     const tests::TemporaryDirectory directory;
-    const tests::PatternPictures pictures;
+    const tests::PatternPictures pictures{};
     halyard::Recorder recorder(directory.Path(), "still");
     const auto picture = pictures.Picture(320, 180, 1, 0);
     for (int index = 0; index < 60; ++index) {
@@ -161,7 +161,7 @@ TEST(Recorder, WritesAStandingPictureAgainSoThatTheSoundGoesOn) {
 }
 
 TEST(Recorder, SaysWhereItCannotWrite) {
-    const tests::PatternPictures pictures;
+    const tests::PatternPictures pictures{};
     halyard::Recorder recorder("/nowhere/at/all", "phone");
     const auto picture = pictures.Picture(320, 180, 1, 0);
     recorder.OnPicture({picture.Get(), 0, true, true});

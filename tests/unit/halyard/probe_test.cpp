@@ -16,7 +16,7 @@ protected:
         return probe.OnNewPicture(*pictures.Picture(640, 360, frame, senderTimeUs, flash), nowUs, nowUs);
     }
 
-    const tests::PatternPictures pictures;
+    const tests::PatternPictures pictures{};
     Probe probe;
 };
 

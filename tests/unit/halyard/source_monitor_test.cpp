@@ -9,7 +9,7 @@ namespace {
 
 class SourceMonitorTest : public testing::Test {
 protected:
-    const tests::PatternPictures pictures;
+    const tests::PatternPictures pictures{};
 };
 
 TEST_F(SourceMonitorTest, CountsPullsAndNewPictures) {
