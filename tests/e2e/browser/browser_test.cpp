@@ -10,13 +10,14 @@
 #include "tests/e2e/browser/BrowserPhone.h"
 #include "tests/e2e/browser/PulledMedia.h"
 #include "tests/e2e/host/HostHarness.h"
+#include "tests/e2e/own_address.h"
 
 namespace browser {
 namespace {
 
 using namespace std::chrono_literals;
 
-constexpr const char* kAddress = "127.0.0.91";
+const std::string kAddress = e2e::OwnAddress(0);
 constexpr auto kLaunchLimit = 60s;  // a browser on a busy machine
 constexpr auto kMediaLimit = 30s;
 constexpr double kSharpEnough = 32;  // dB
