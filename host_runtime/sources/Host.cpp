@@ -5,6 +5,7 @@
 #include "host_runtime/core/MainThreadQueue.h"
 #include "host_runtime/media/BufferGroup.h"
 #include "host_runtime/sources/PluginLibrary.h"
+#include "host_runtime/ui/Purse.h"
 
 namespace host_runtime {
 
@@ -28,6 +29,7 @@ std::unique_ptr<Host> Host::Make(const HostOptions& options, std::string& error)
     host->list =
         std::make_shared<SourceList>(*host->plugin, stores ? &host->store : nullptr, host->bufferGroup.Get());
     host->registry->SetListener(host->list);
+    host->purse = std::make_unique<Purse>(library->File().parent_path());
     host->list->Start();
     return host;
 }
@@ -35,10 +37,29 @@ std::unique_ptr<Host> Host::Make(const HostOptions& options, std::string& error)
 Host::~Host() {
     puller.Stop();
     if (list) list->ShutDown();
+    panels.clear();
     plugin.reset();
     // What is still queued may hold the list or objects of the plug-in.
     MainThreadQueue::Default().ShutDown();
     list.reset();
+}
+
+SourcePanel* Host::OpenPanel(std::string_view sourceIdentifier) {
+    for (const auto& panel : panels) {
+        if (panel->Shown()->Identifier() == sourceIdentifier) return panel.get();
+    }
+    const auto source = list->Find(sourceIdentifier);
+    if (!source) return nullptr;
+    std::unique_ptr<SourcePanel> panel = SourcePanel::Open(*plugin, *purse, list, source);
+    if (!panel) return nullptr;
+    panels.push_back(std::move(panel));
+    return panels.back().get();
+}
+
+void Host::ClosePanel(std::string_view sourceIdentifier) {
+    std::erase_if(panels, [sourceIdentifier](const std::unique_ptr<SourcePanel>& panel) {
+        return panel->Shown()->Identifier() == sourceIdentifier;
+    });
 }
 
 }  // namespace host_runtime

@@ -5,19 +5,23 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "host_runtime/sources/HostPointer.h"
 #include "host_runtime/sources/PullGrid.h"
 #include "host_runtime/sources/SourceList.h"
+#include "host_runtime/sources/SourcePanel.h"
 #include "host_runtime/sources/SourcePuller.h"
 #include "support/object_count.h"
 
+class ePurse;
 class nxBufferGroup2;
 
 namespace host_runtime {
 
 struct HostOptions {
-    std::filesystem::path plugin;
+    std::filesystem::path plugin;          // its resource folder lies beside it
     std::filesystem::path stateDirectory;  // empty: nothing is stored
     FrameRate frameRate;
 };
@@ -32,14 +36,19 @@ public:
 
     Host(const Host&) = delete;
     Host& operator=(const Host&) = delete;
-    // Stops the render threads, releases renderers and sources, then the plug-in's factory, and destroys
-    // the main-thread jobs that are still queued.
+    // Stops the render threads, releases renderers and sources, destroys the panels, releases the plug-in's
+    // factory and destroys the main-thread jobs that are still queued.
     ~Host();
 
     SourceList& Sources() { return *list; }
     SourcePuller& Puller() { return puller; }
     SourceStore& Store() { return store; }
     SourcePlugin& Plugin() { return *plugin; }
+
+    // The settings panel of a source of the list, the one that is open or a new one; null when there is no
+    // such source or no panel. It lives until it is closed or the host ends.
+    SourcePanel* OpenPanel(std::string_view sourceIdentifier);
+    void ClosePanel(std::string_view sourceIdentifier);
 
 private:
     explicit Host(FrameRate frameRate);
@@ -49,6 +58,8 @@ private:
     HostPointer<SourceRegistry> registry;
     std::unique_ptr<SourcePlugin> plugin;
     std::shared_ptr<SourceList> list;
+    std::unique_ptr<ePurse> purse;
+    std::vector<std::unique_ptr<SourcePanel>> panels;
     SourcePuller puller;
 };
 

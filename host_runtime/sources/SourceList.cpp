@@ -68,13 +68,21 @@ SourceList::SourcePointer SourceList::Add(std::string_view address) {
             return Restore(std::string(stored->identifier));
     }
     if (plugin.IsAddressInUse(dialled)) return nullptr;
+    return MakeNew(dialled, {});
+}
 
+SourceList::SourcePointer SourceList::AddWithoutAddress(std::string_view displayName) {
+    return MakeNew({}, std::string(displayName));
+}
+
+SourceList::SourcePointer SourceList::MakeNew(const std::string& address, const std::string& displayName) {
     nxSourceDescription description;
     zRecord settings;
+    if (!displayName.empty()) settings.SetCString(FourCC("titl"), displayName.c_str());
     if (!plugin.NewSource(description, settings) || !IsUsableIdentifier(description.identifier))
         return nullptr;
     // The plug-in begins every new source with an empty address.
-    settings.SetCString(kAddressKey, dialled.c_str());
+    settings.SetCString(kAddressKey, address.c_str());
     const SourcePointer source = MakeSource(description.identifier, false);
     source->Settings() = settings;
     source->SettingsChanged();

@@ -54,6 +54,8 @@ public:
     // A new source at an address, running on return. A stored one of the same address keeps its
     // identifier. Null when the address is no usable one, or a source already has it.
     SourcePointer Add(std::string_view address);
+    // A new source whose address the operator will type later; an empty name leaves it to the plug-in.
+    SourcePointer AddWithoutAddress(std::string_view displayName);
     // Runs a stored source; null when there is none of that identifier.
     SourcePointer Restore(std::string_view identifier);
     void RestoreAll();
@@ -99,6 +101,7 @@ private:
         std::shared_ptr<zObject> grace;  // while set, the phone counts as lost soon
     };
 
+    SourcePointer MakeNew(const std::string& address, const std::string& displayName);
     SourcePointer MakeSource(const std::string& identifier, bool discovered);
     void Activate(Source& source);
     void ActivateUnlessInUse(Source& source);

@@ -8,6 +8,7 @@ int main(int argc, char** argv) {
                               {{"FakeFactory", fakes::FakeFactory::Alive},
                                {"Host", host_runtime::Host::Alive},
                                {"SourceRegistry", host_runtime::SourceRegistry::Alive},
+                               {"SourcePanel", host_runtime::SourcePanel::Alive},
                                {"SourceList", host_runtime::SourceList::Alive},
                                {"Source", host_runtime::Source::Alive},
                                {"SourcePuller", host_runtime::SourcePuller::Alive},

@@ -108,6 +108,21 @@ TEST_F(SourceListTest, RemovesASourceFromThePluginToo) {
     list->Remove("UNKNOWN");
 }
 
+TEST_F(SourceListTest, ANewSourceMayWaitForItsAddress) {
+    const auto source = list->AddWithoutAddress("Balcony");
+    ASSERT_TRUE(source);
+    EXPECT_EQ(source->Name(), "Balcony");
+    EXPECT_EQ(source->State(), SourceState::Active);
+    EXPECT_TRUE(source->VideoRenderer()) << "its renderers come before the phone";
+    EXPECT_TRUE(list->AddWithoutAddress("")) << "several may wait";
+    EXPECT_EQ(list->Find("SOURCE-2")->Name(), "Fake phone");
+    Settle();
+    source->Settings().SetCString("kestrel_ip_address", "10.0.0.1");
+    list->SettingsAccepted("SOURCE-1");
+    EXPECT_TRUE(factory->Entries().at("SOURCE-1").running);
+    EXPECT_EQ(source->Address(), "10.0.0.1");
+}
+
 TEST_F(SourceListTest, StopsTheSessionBeforeItDialsAnotherAddress) {
     list->Add("10.0.0.1");
     Settle();
