@@ -5,6 +5,7 @@
 #include "tests/e2e/host/HostHarness.h"
 #include "tests/e2e/host/ProcessResources.h"
 #include "tests/e2e/host/SimulatedPhone.h"
+#include "webrtc_gstreamer/LivingObjects.h"
 
 namespace e2e {
 namespace {
@@ -45,6 +46,8 @@ TEST(SourceCycles, FiftyLeaveNothingBehind) {
     EXPECT_TRUE(SettlesAt(harness, atTen, atFifty))
         << "after ten: " << Text(atTen) << "\nafter fifty: " << Text(atFifty);
     std::cout << "after " << kCycles << " cycles: " << Text(atFifty) << "\n";
+    EXPECT_TRUE(harness.RunUntil([] { return webrtc_gstreamer::LivingObjects() == 0; }, seconds(15)))
+        << webrtc_gstreamer::LivingObjects() << " wrapper objects";
     EXPECT_EQ(host_runtime::BufferGroup::BuffersAlive(), 0);
     EXPECT_EQ(host_runtime::Source::Alive(), 0);
     // Forty sources left behind would show: each one's ring of sound alone has 187 KiB.
