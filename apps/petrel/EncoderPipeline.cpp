@@ -63,16 +63,6 @@ GstBusSyncReply OnBusMessage(GstBus*, GstMessage* message, gpointer) {
     return GST_BUS_DROP;
 }
 
-// A coded buffer whose timestamp is running time, whatever offset the encoder put on its own.
-GstHandle<GstBuffer> AtRunningTime(GstSample* sample) {
-    GstHandle<GstBuffer> buffer(gst_buffer_copy(gst_sample_get_buffer(sample)));
-    const GstSegment* segment = gst_sample_get_segment(sample);
-    GST_BUFFER_PTS(buffer.get()) =
-        gst_segment_to_running_time(segment, GST_FORMAT_TIME, GST_BUFFER_PTS(buffer.get()));
-    GST_BUFFER_DTS(buffer.get()) = GST_CLOCK_TIME_NONE;
-    return buffer;
-}
-
 }  // namespace
 
 std::unique_ptr<EncoderPipeline> EncoderPipeline::Make(const SimulateOptions& options, bool withAudio,
@@ -131,22 +121,40 @@ void EncoderPipeline::ForceKeyPicture() {
 }
 
 void EncoderPipeline::PushPicture(GstHandle<GstBuffer> picture, GstClockTime time) {
-    GstBuffer* buffer = gst_buffer_make_writable(picture.release());
-    GST_BUFFER_PTS(buffer) = time;
+    GstBuffer* buffer = nullptr;
+    {
+        const support::MutexLock lock(handOver);
+        buffer = gst_buffer_make_writable(picture.release());
+        GST_BUFFER_PTS(buffer) = time;
+    }
     gst_app_src_push_buffer(videoInput.get(), buffer);
 }
 
 void EncoderPipeline::PushSound(GstHandle<GstBuffer> block, GstClockTime time) {
     if (audioInput == nullptr) return;
-    GST_BUFFER_PTS(block.get()) = time;
+    {
+        const support::MutexLock lock(handOver);
+        GST_BUFFER_PTS(block.get()) = time;
+    }
     gst_app_src_push_buffer(audioInput.get(), block.release());
+}
+
+// A coded buffer whose timestamp is running time, whatever offset the encoder put on its own.
+GstHandle<GstBuffer> EncoderPipeline::AtRunningTime(GstSample* sample) {
+    const support::MutexLock lock(handOver);
+    GstHandle<GstBuffer> buffer(gst_buffer_copy(gst_sample_get_buffer(sample)));
+    const GstSegment* segment = gst_sample_get_segment(sample);
+    GST_BUFFER_PTS(buffer.get()) =
+        gst_segment_to_running_time(segment, GST_FORMAT_TIME, GST_BUFFER_PTS(buffer.get()));
+    GST_BUFFER_DTS(buffer.get()) = GST_CLOCK_TIME_NONE;
+    return buffer;
 }
 
 GstFlowReturn EncoderPipeline::OnVideoSample(GstAppSink* sink, gpointer data) {
     auto* self = static_cast<EncoderPipeline*>(data);
     const GstHandle<GstSample> sample(gst_app_sink_pull_sample(sink));
     if (sample == nullptr) return GST_FLOW_EOS;
-    const GstHandle<GstBuffer> unit = AtRunningTime(sample.get());
+    const GstHandle<GstBuffer> unit = self->AtRunningTime(sample.get());
     self->fanOut.PushVideo(unit.get(), gst_sample_get_caps(sample.get()));
     return GST_FLOW_OK;
 }
@@ -155,7 +163,7 @@ GstFlowReturn EncoderPipeline::OnAudioSample(GstAppSink* sink, gpointer data) {
     auto* self = static_cast<EncoderPipeline*>(data);
     const GstHandle<GstSample> sample(gst_app_sink_pull_sample(sink));
     if (sample == nullptr) return GST_FLOW_EOS;
-    const GstHandle<GstBuffer> packet = AtRunningTime(sample.get());
+    const GstHandle<GstBuffer> packet = self->AtRunningTime(sample.get());
     self->fanOut.PushAudio(packet.get(), gst_sample_get_caps(sample.get()));
     return GST_FLOW_OK;
 }

@@ -9,6 +9,7 @@
 #include "apps/petrel/EncodedFanOut.h"
 #include "apps/petrel/GstHandles.h"
 #include "apps/petrel/SimulateOptions.h"
+#include "support/annotated_mutex.h"
 
 namespace petrel {
 
@@ -33,6 +34,7 @@ public:
 private:
     explicit EncoderPipeline(EncodedFanOut& toFeed) : fanOut(toFeed) {}
     bool Build(const SimulateOptions& options, bool withAudio, std::string& error);
+    GstHandle<GstBuffer> AtRunningTime(GstSample* sample);
     static GstFlowReturn OnVideoSample(GstAppSink* sink, gpointer self);
     static GstFlowReturn OnAudioSample(GstAppSink* sink, gpointer self);
 
@@ -43,6 +45,9 @@ private:
     GstHandle<GstAppSrc> audioInput;
     GstHandle<GstClock> clock;
     GstClockTime baseTime = 0;
+    // Taken on both sides of the encoders: GStreamer orders the two sides too, but in a way that no checker
+    // of threads sees.
+    support::Mutex handOver;
 };
 
 }  // namespace petrel

@@ -33,6 +33,8 @@ void AddReceiving(GstElement* webrtc, const char* capsText) {
 
 TestReceiver::TestReceiver(const std::string& videoFormat, std::string phonesIdentifier, Sender toPhone)
     : identifier(std::move(phonesIdentifier)), send(std::move(toPhone)), isH264(videoFormat == "H264") {
+    const support::MutexLock lock(
+        mutex);  // GStreamer's threads take it before they look at what is made here
     pipeline.reset(GST_ELEMENT(gst_object_ref_sink(gst_pipeline_new(nullptr))));
     webrtc = gst_element_factory_make("webrtcbin", nullptr);
     g_object_set(webrtc, "latency", 200U, nullptr);
@@ -121,6 +123,11 @@ std::vector<std::int16_t> TestReceiver::Sound() {
     return sound;
 }
 
+int TestReceiver::ExtendedPackets() {
+    support::MutexLock lock(mutex);
+    return extendedPackets;
+}
+
 std::string TestReceiver::Answer() {
     support::MutexLock lock(mutex);
     return answer;
@@ -140,6 +147,7 @@ void TestReceiver::OnCandidate(GstElement*, guint index, gchar* text, gpointer d
 
 void TestReceiver::OnPadAdded(GstElement*, GstPad* pad, gpointer data) {
     auto* self = static_cast<TestReceiver*>(data);
+    const support::MutexLock lock(self->mutex);
     const GstHandle<GstCaps> caps(gst_pad_get_current_caps(pad));
     const std::string media =
         petrel::TextOf(gst_structure_get_string(gst_caps_get_structure(caps.get(), 0), "media"));
@@ -165,6 +173,7 @@ GstPadProbeReturn TestReceiver::OnVideoPacket(GstPad*, GstPadProbeInfo* info, gp
     std::uint8_t firstByte = 0;
     gst_buffer_extract(GST_PAD_PROBE_INFO_BUFFER(info), 0, &firstByte, 1);
     constexpr std::uint8_t kHasExtension = 0x10;  // RFC 3550 section 5.1
+    const support::MutexLock lock(self->mutex);
     if ((firstByte & kHasExtension) != 0) ++self->extendedPackets;
     return GST_PAD_PROBE_OK;
 }

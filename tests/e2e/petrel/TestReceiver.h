@@ -4,7 +4,6 @@
 
 #include <gst/app/app.h>
 
-#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -54,7 +53,7 @@ public:
     std::vector<ReceivedPicture> Pictures();
     std::vector<std::int16_t> Sound();  // 48 kHz, left channel only
     std::string Answer();
-    int ExtendedPackets() const { return extendedPackets; }  // of the picture, with a header extension
+    int ExtendedPackets();  // of the picture, with a header extension
 
 private:
     static void OnPadAdded(GstElement* bin, GstPad* pad, gpointer self);
@@ -70,13 +69,13 @@ private:
     const bool isH264;
     petrel::GstHandle<GstElement> pipeline;
     GstElement* webrtc = nullptr;
-    std::atomic<int> extendedPackets{0};
 
     support::Mutex mutex;
     support::Condition changed;
     std::vector<ReceivedPicture> pictures GUARDED_BY(mutex);
     std::vector<std::int16_t> sound GUARDED_BY(mutex);
     std::string answer GUARDED_BY(mutex);
+    int extendedPackets GUARDED_BY(mutex) = 0;
 };
 
 }  // namespace tests

@@ -166,7 +166,7 @@ TEST(OfferPlan, RefusesWhatIsNoOffer) {
                                   Replaced(Both(), "a=mid:a\r\n", "a=mid:v\r\n"),
                                   Replaced(Both(), "a=mid:v\r\n", "a=mid:v w\r\n"),
                                   kHead + sections,
-                                  "v=0\r\n" + std::string(300'000, 'x')};
+                                  std::string("v=0\r\n").append(300'000, 'x')};
     for (const std::string& text : kTexts) {
         std::string problem;
         EXPECT_FALSE(PlanAnswer(text, {}, problem)) << text.substr(0, 100);
