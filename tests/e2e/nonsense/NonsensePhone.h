@@ -72,8 +72,7 @@ public:
     NonsensePhone(const NonsensePhone&) = delete;
     NonsensePhone& operator=(const NonsensePhone&) = delete;
 
-    int Connections() const { return connections.load(); }  // so far
-    int Ended() const { return ended.load(); }              // scripts that came to their end
+    bool IsVisited() const { return connections.load() > ended.load(); }  // a conversation is going on
 
 private:
     struct Visit {

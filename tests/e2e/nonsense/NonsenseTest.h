@@ -47,15 +47,19 @@ class NonsenseTest : public testing::Test {
 protected:
     void SetUp() override;
 
+    // Who brings the source back: the host's own sweep within seconds, or the operator at once.
+    enum class Return { BySweep, ByOperator };
+
     // Lets the script play the phone of a source until its milestone is reached and `isTraced` holds. Then
     // an honest phone takes its address, whose picture must arrive, while the neighbour ran on all the time.
-    void PlayUntil(NonsensePhone::Script script, const std::function<bool()>& isTraced);
+    void PlayUntil(NonsensePhone::Script script, const std::function<bool()>& isTraced,
+                   Return wayBack = Return::ByOperator);
 
     TraceLog trace;
     Milestone milestone;
 
 private:
-    void ExpectPictureFromHonestPhone();
+    void ExpectPictureFromHonestPhone(const host_runtime::Source& source, Return wayBack);
 
     std::unique_ptr<e2e::SimulatedPhone> neighbour;
     std::shared_ptr<PictureWatch> neighbourWatch = std::make_shared<PictureWatch>();

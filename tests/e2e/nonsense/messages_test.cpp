@@ -162,8 +162,8 @@ TEST_F(NonsenseMessages, StrangeIdentifiersAreOnlyTexts) {
                                                   "\xF0\x9F\x93\xB1"};
     const auto script = [this, &identifiers](Conversation& talk) {
         const std::string guid = AwaitJoin(talk);
-        for (const std::string& identifier : identifiers)
-            talk.SendText(PeerJoined(guid, identifier));
+        for (const std::string& strange : identifiers)
+            talk.SendText(PeerJoined(guid, strange));
         talk.SendText(PeerJoined(guid));
         std::string offer;
         do {

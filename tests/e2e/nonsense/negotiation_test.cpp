@@ -202,14 +202,18 @@ TEST_F(NonsenseNegotiation, APhoneThatLeavesAfterTheJoinReturns) {
         talk.SendText(PeerJoined(guid));
         milestone.Reach();
     };
-    PlayUntil(script, [this] { return trace.Contains("nxWebRtcSession::ClosedHandler() - error:"); });
+    PlayUntil(
+        script, [this] { return trace.Contains("nxWebRtcSession::ClosedHandler() - error:"); },
+        Return::BySweep);
 }
 
 TEST_F(NonsenseNegotiation, APhoneThatLeavesAfterTheOfferReturns) {
     const auto script = [this](Conversation& talk) {
         if (AwaitOffer(talk).IsOpen()) milestone.Reach();
     };
-    PlayUntil(script, [this] { return trace.Contains("nxWebRtcSession::ClosedHandler() - error:"); });
+    PlayUntil(
+        script, [this] { return trace.Contains("nxWebRtcSession::ClosedHandler() - error:"); },
+        Return::BySweep);
 }
 
 TEST_F(NonsenseNegotiation, APhoneThatLeavesAfterItsAnswerReturns) {
@@ -220,7 +224,9 @@ TEST_F(NonsenseNegotiation, APhoneThatLeavesAfterItsAnswerReturns) {
         talk.SendFrame(Conversation::kClose, std::string("\x03\xE8", 2));
         milestone.Reach();
     };
-    PlayUntil(script, [this] { return trace.Contains("nxWebRtcSession::ClosedHandler() - error:"); });
+    PlayUntil(
+        script, [this] { return trace.Contains("nxWebRtcSession::ClosedHandler() - error:"); },
+        Return::BySweep);
 }
 
 TEST_F(NonsenseNegotiation, APhoneThatDisconnectsItselfReturns) {

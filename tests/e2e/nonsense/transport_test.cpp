@@ -36,8 +36,9 @@ protected:
 };
 
 TEST_F(NonsenseTransport, AWebServerIsNoPhone) {
-    PlayUntil(Answering("HTTP/1.1 404 Not Found\r\nContent-Length: 9\r\n\r\nNot Found"),
-              [this] { return trace.Contains(kPermanentError); });
+    PlayUntil(
+        Answering("HTTP/1.1 404 Not Found\r\nContent-Length: 9\r\n\r\nNot Found"),
+        [this] { return trace.Contains(kPermanentError); }, Return::BySweep);
 }
 
 TEST_F(NonsenseTransport, AWebServerThatAnswersWithAPageIsNoPhone) {
