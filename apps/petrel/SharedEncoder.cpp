@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::int64_t kNsPerSecond = 1'000'000'000;
 constexpr std::int64_t kSoundBlockNs = kNsPerSecond * kAudioBlockFrames / kAudioRate;
-constexpr std::int64_t kMinimumNsBetweenKeyPictures = 200'000'000;
+constexpr std::int64_t kMinimumNsBetweenKeyPictures = 100'000'000;
 constexpr std::int64_t kMaximumSoundDelayNs = kNsPerSecond;
 constexpr std::int64_t kNsBetweenWarnings = 10 * kNsPerSecond;
 // Encoded even though nobody watches, so that the first client does not wait for the encoders to set
@@ -66,7 +66,7 @@ void SharedEncoder::Run() {
     warmUpUntilNs = MediaTimeNs() + kWarmUpNs;
     while (true) {
         const std::int64_t pictureDue = nextPicture * kNsPerSecond / framesPerSecond;
-        const std::int64_t soundDue = HasAudio() ? (nextSoundBlock + 1) * kSoundBlockNs : pictureDue + 1;
+        const std::int64_t soundDue = HasAudio() ? nextSoundBlock * kSoundBlockNs : pictureDue + 1;
         if (!WaitUntil(std::min(pictureDue, soundDue))) return;
         if (pictureDue <= soundDue) {
             DeliverPicture();
@@ -118,7 +118,7 @@ void SharedEncoder::DeliverPicture() {
 }
 
 void SharedEncoder::DeliverSound() {
-    const std::int64_t current = MediaTimeNs() / kSoundBlockNs - 1;
+    const std::int64_t current = MediaTimeNs() / kSoundBlockNs;
     if ((current - nextSoundBlock) * kSoundBlockNs > kMaximumSoundDelayNs) nextSoundBlock = current;
     const std::int64_t timeNs = nextSoundBlock * kSoundBlockNs;
     const std::int64_t firstFrame = nextSoundBlock++ * kAudioBlockFrames;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <nlohmann/json.hpp>
 #include <set>
 
 #include "apps/petrel/BeepTone.h"
@@ -13,6 +14,7 @@
 
 namespace {
 
+using nlohmann::json;
 using petrel::SharedEncoder;
 using petrel::SimulateOptions;
 using petrel::VideoCodec;
@@ -223,6 +225,38 @@ TEST_F(PhoneMedia, AClientThatLeavesMidNegotiationIsForgotten) {
         }
     }
     TestPhone phone(Studio());
+    const auto receiver = phone.Offer("H264");
+    EXPECT_TRUE(
+        receiver->WaitUntil([](const Pictures& pictures, const Sound&) { return pictures.size() >= 10; }));
+}
+
+// Each line of a good offer is left out, doubled and cut short in turn; whatever still looks like an offer
+// reaches the engine.
+TEST_F(PhoneMedia, DamagedOffersHarmNothing) {
+    StartStudio();
+    TestPhone phone(Studio());
+    std::string offer;
+    {
+        tests::TestReceiver receiver("H264", phone.Identity().peersIdentifier, [&offer](std::string text) {
+            const json message = json::parse(text);
+            if (message.at("action") == "masterMadeOffer") offer = message.at("sdp");
+        });
+        receiver.Offer();
+    }
+    ASSERT_FALSE(offer.empty());
+    const auto say = [&phone](const std::string& sdp) {
+        phone.Say(
+            json{{"action", "masterMadeOffer"}, {"peersIdentifier", ""}, {"sdp", sdp}, {"type", "offer"}}
+                .dump());
+    };
+    for (std::size_t start = 0; start < offer.size(); start = offer.find('\n', start) + 1) {
+        const std::size_t end = offer.find('\n', start) + 1;
+        const std::string line = offer.substr(start, end - start);
+        say(offer.substr(0, start) + offer.substr(end));
+        say(offer.substr(0, end) + line + offer.substr(end));
+        say(offer.substr(0, start) + line.substr(0, line.size() / 2) + "\r\n" + offer.substr(end));
+        phone.Settle();
+    }
     const auto receiver = phone.Offer("H264");
     EXPECT_TRUE(
         receiver->WaitUntil([](const Pictures& pictures, const Sound&) { return pictures.size() >= 10; }));

@@ -157,7 +157,7 @@ TEST(OfferPlan, RejectsASectionWithABrokenTransport) {
 TEST(OfferPlan, RefusesWhatIsNoOffer) {
     std::string sections;
     for (int index = 0; index < 17; ++index)
-        sections += Audio("a" + std::to_string(index));
+        sections += Audio(std::string("a").append(std::to_string(index)));
     const std::string kTexts[] = {"",
                                   "hello",
                                   "v=0\r\n",
