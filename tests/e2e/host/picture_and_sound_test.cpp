@@ -17,6 +17,10 @@ struct Case {
     int height;
 };
 
+void PrintTo(const Case& phoneCase, std::ostream* out) {
+    *out << phoneCase.codec << " " << phoneCase.size;
+}
+
 class PictureAndSound : public testing::TestWithParam<Case> {};
 
 TEST_P(PictureAndSound, ReachTheHost) {
@@ -50,7 +54,7 @@ INSTANTIATE_TEST_SUITE_P(Codecs, PictureAndSound,
                                          Case{"vp8", "127.0.10.3", "640x360", 640, 360}),
                          [](const auto& testInfo) { return std::string(testInfo.param.codec); });
 
-TEST(PictureAndSound, AStoredSourceRunsAgainAfterARestartOfTheHost) {
+TEST(StoredSource, RunsAgainAfterARestartOfTheHost) {
     SimulatedPhone phone("127.0.10.4", {"--size", "640x360"});
     std::string directory = testing::TempDir() + "halyard-e2e-XXXXXX";
     ASSERT_NE(mkdtemp(directory.data()), nullptr);
