@@ -29,6 +29,14 @@ void AddReceiving(GstElement* webrtc, const char* capsText) {
     g_object_set(transceiver, "do-nack", TRUE, nullptr);
 }
 
+// Otherwise the first picture waits for the whole budget of the jitter buffer.
+void OnElementAdded(GstBin*, GstBin*, GstElement* element, gpointer) {
+    const GstElementFactory* factory = gst_element_get_factory(element);
+    if (factory != nullptr && g_strcmp0(GST_OBJECT_NAME(factory), "rtpjitterbuffer") == 0) {
+        g_object_set(element, "faststart-min-packets", 1U, nullptr);
+    }
+}
+
 }  // namespace
 
 TestReceiver::TestReceiver(const std::string& videoFormat, std::string phonesIdentifier, Sender toPhone)
@@ -36,6 +44,7 @@ TestReceiver::TestReceiver(const std::string& videoFormat, std::string phonesIde
     const support::MutexLock lock(
         mutex);  // GStreamer's threads take it before they look at what is made here
     pipeline.reset(GST_ELEMENT(gst_object_ref_sink(gst_pipeline_new(nullptr))));
+    g_signal_connect(pipeline.get(), "deep-element-added", G_CALLBACK(OnElementAdded), nullptr);
     webrtc = gst_element_factory_make("webrtcbin", nullptr);
     g_object_set(webrtc, "latency", 200U, nullptr);
     gst_util_set_object_arg(G_OBJECT(webrtc), "bundle-policy", "max-bundle");
@@ -134,7 +143,8 @@ std::string TestReceiver::Answer() {
 }
 
 void TestReceiver::OnCandidate(GstElement*, guint index, gchar* text, gpointer data) {
-    const auto* self = static_cast<TestReceiver*>(data);
+    auto* self = static_cast<TestReceiver*>(data);
+    const support::MutexLock lock(self->mutex);
     self->send(json{
         {"action", "ice"},
         {"peersIdentifier", self->identifier},
