@@ -36,15 +36,14 @@ void AudioPlayout::Write(std::span<const Frame> frames) {
         fadeIn = kFadeFrames;
     }
     for (const Frame& frame : frames) {
-        ring[(first + stored) % ring.size()] = frame;
+        At(stored) = frame;
         ++stored;
     }
 }
 
 void AudioPlayout::Read(std::span<Frame, kBlockFrames> block) {
     if (!playing) {
-        std::fill(block.begin(), block.end(), Frame{});
-        if (static_cast<double>(stored) < target + Resampler::kTaps) return;
+        if (fadeOut > 0 || static_cast<double>(stored) < target + Resampler::kTaps) return FadeOut(block);
         playing = true;
         fadeIn = kFadeFrames;
         smoothedStore = static_cast<double>(stored);
@@ -52,8 +51,8 @@ void AudioPlayout::Read(std::span<Frame, kBlockFrames> block) {
     UpdateSpeed();
     for (std::size_t index = 0; index < block.size(); ++index) {
         if (stored < static_cast<std::size_t>(Resampler::kTaps) + 1) {
-            FadeOut(block.subspan(index));
-            return;
+            Stop(index > 0 ? block[index - 1] : last);
+            return FadeOut(block.subspan(index));
         }
         block[index] = Next();
     }
@@ -81,7 +80,7 @@ AudioPlayout::Frame AudioPlayout::Next() {
 
 void AudioPlayout::Drop(std::size_t count) {
     count = std::min(count, stored);
-    first = (first + count) % ring.size();
+    first = (first + count) % kCapacityFrames;
     stored -= count;
 }
 
@@ -101,7 +100,7 @@ void AudioPlayout::CutTo(std::size_t wanted) {
     const std::size_t dropped = stored - wanted;
     for (std::size_t index = 0; index < kFadeFrames; ++index) {
         const double share = static_cast<double>(index) / kFadeFrames;
-        Frame& later = ring[(first + dropped + index) % ring.size()];
+        Frame& later = At(dropped + index);
         later = Mixed(At(index), later, share);
     }
     Drop(dropped);
@@ -109,15 +108,19 @@ void AudioPlayout::CutTo(std::size_t wanted) {
     ++cuts;
 }
 
-void AudioPlayout::FadeOut(std::span<Frame> block) {
-    const Frame from = block.size() < kBlockFrames ? *(block.data() - 1) : last;
-    for (std::size_t index = 0; index < block.size(); ++index) {
-        block[index] = Scaled(from, std::max(0.0, 1.0 - static_cast<double>(index + 1) / kFadeFrames));
-    }
-    last = {};
+void AudioPlayout::Stop(Frame lastPlayed) {
+    last = lastPlayed;
+    fadeOut = kFadeFrames;
     playing = false;
     ++underruns;
     target = std::min<double>(kHighestTargetFrames, target + kRaisedTargetFrames);
+}
+
+void AudioPlayout::FadeOut(std::span<Frame> block) {
+    for (Frame& frame : block) {
+        if (fadeOut > 0) --fadeOut;
+        frame = Scaled(last, static_cast<double>(fadeOut) / kFadeFrames);
+    }
 }
 
 }  // namespace webrtc_gstreamer

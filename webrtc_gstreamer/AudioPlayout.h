@@ -19,7 +19,7 @@ public:
     static constexpr int kBlockFrames = 480;
     static constexpr int kFirstTargetFrames = 1920;    // 40 ms
     static constexpr int kHighestTargetFrames = 9600;  // 200 ms
-    static constexpr int kCapacityFrames = 48000;
+    static constexpr int kCapacityFrames = 65536;      // a power of two
     static constexpr double kHighestSpeedChange = 0.002;
 
     AudioPlayout();
@@ -34,11 +34,12 @@ public:
     std::int64_t Cuts() const { return cuts; }
 
 private:
-    Frame At(std::size_t index) const { return ring[(first + index) % ring.size()]; }
+    Frame& At(std::size_t index) { return ring[(first + index) % kCapacityFrames]; }
     Frame Next();
     void Drop(std::size_t count);
     void UpdateSpeed();
     void CutTo(std::size_t target);
+    void Stop(Frame lastPlayed);
     void FadeOut(std::span<Frame> block);
 
     std::vector<Frame> ring;
@@ -50,7 +51,8 @@ private:
     double speed = 1;
     double smoothedStore = 0;  // seen at each read
     double target = kFirstTargetFrames;
-    Frame last;  // where a fade-out starts
+    Frame last;       // played
+    int fadeOut = 0;  // frames still to be faded out, from `last`
     std::int64_t underruns = 0;
     std::int64_t cuts = 0;
 };

@@ -38,7 +38,7 @@ std::vector<Kernel> MakeKernels() {
 }
 
 std::int16_t ToSample(float value) {
-    return static_cast<std::int16_t>(std::lround(std::clamp(value, -32768.0F, 32767.0F)));
+    return static_cast<std::int16_t>(std::lrintf(std::clamp(value, -32768.0F, 32767.0F)));
 }
 
 }  // namespace
