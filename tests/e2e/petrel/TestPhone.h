@@ -53,6 +53,7 @@ public:
     // The client's media must end on the control thread.
     ~TestPhone() {
         connection->SetListener(nullptr);
+        Settle();  // a receiver that is just being told something ends first
         studio.loop.Post([last = std::exchange(client, nullptr)] {});
         Settle();
     }
@@ -68,7 +69,7 @@ public:
         return receiver;
     }
     void Say(std::string text) {
-        studio.loop.Post([weak = std::weak_ptr(client), text = std::move(text)] {
+        studio.loop.Post([weak = weakClient, text = std::move(text)] {
             if (const auto alive = weak.lock()) alive->OnMessage(text);
         });
     }
@@ -94,6 +95,7 @@ private:
     petrel::PhoneIdentity identity;
     std::shared_ptr<RecordingConnection> connection = std::make_shared<RecordingConnection>();
     std::shared_ptr<petrel::PhoneClient> client;
+    const std::weak_ptr<petrel::PhoneClient> weakClient = client;  // for receivers' threads
 };
 
 }  // namespace tests
