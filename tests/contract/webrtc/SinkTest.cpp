@@ -134,14 +134,18 @@ TEST(VideoSink, RemovingFromATrackWhoseConnectionIsGoneIsHarmless) {
 }
 
 TEST(Pictures, ComeAtTheSendersRate) {
+    constexpr int kPictures = 90;
     Call call({.width = 640, .height = 360});
     call.Connect();
-    ASSERT_TRUE(call.WaitForPictures(15));
+    ASSERT_TRUE(call.WaitForPictures(30));
+    const int sentBefore = call.phone.PicturesSent();
     const auto begin = steady_clock::now();
-    ASSERT_TRUE(call.WaitForPictures(90));
+    ASSERT_TRUE(call.WaitForPictures(kPictures));
     const double seconds = std::chrono::duration<double>(steady_clock::now() - begin).count();
-    EXPECT_GT(seconds, 2.5);
-    EXPECT_LT(seconds, 3.5);
+    // A busy machine may delay the sender, who then catches up; what it sent must have arrived all the same.
+    EXPECT_LE(call.phone.PicturesSent() - sentBefore, kPictures * 5 / 4);
+    // Three seconds at 30 per second. A sender that is held back by missing feedback needs more than six.
+    EXPECT_LT(seconds, 5);
 }
 
 TEST(Pictures, OddSizesKeepTheirSize) {

@@ -43,7 +43,7 @@ std::string VideoBranch(const TestPhone::Options& options, int payload) {
             "vp9enc deadline=1 cpu-used=8 keyframe-max-dist=30 target-bitrate=800000 ! rtpvp9pay "
             "picture-id-mode=2";
     }
-    return " videotestsrc is-live=true pattern=" + options.pattern +
+    return " videotestsrc name=camera is-live=true pattern=" + options.pattern +
            " ! video/x-raw,format=I420,width=" + std::to_string(options.width) +
            ",height=" + std::to_string(options.height) +
            ",framerate=" + std::to_string(options.framesPerSecond) + "/1 ! " + encoder +
@@ -111,6 +111,17 @@ void TestPhone::Build(const std::string& offer) {
                          if (handler) handler(line, text);
                      }),
                      this);
+    if (options.sendVideo) {
+        GstElement* camera = gst_bin_get_by_name(GST_BIN(made), "camera");
+        GstPad* pad = gst_element_get_static_pad(camera, "src");
+        const auto count = [](GstPad*, GstPadProbeInfo*, gpointer self) {
+            ++static_cast<TestPhone*>(self)->picturesSent;
+            return GST_PAD_PROBE_OK;
+        };
+        gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_BUFFER, count, this, nullptr);
+        gst_object_unref(pad);
+        gst_object_unref(camera);
+    }
     Cross();
     gst_element_set_state(made, GST_STATE_PLAYING);
     const support::MutexLock lock(mutex);

@@ -5,6 +5,7 @@
 #include <gst/gst.h>
 #include <gst/webrtc/webrtc.h>
 
+#include <atomic>
 #include <functional>
 #include <string>
 
@@ -38,6 +39,7 @@ public:
     void Offer();
     void TakeAnswer(const std::string& answer);
     void AddCandidate(unsigned int lineIndex, const std::string& candidate);
+    int PicturesSent() const { return picturesSent; }
     // Stops without a word to the other side.
     void Vanish();
 
@@ -51,6 +53,7 @@ private:
 
     const Options options;
     bool offers = false;
+    std::atomic<int> picturesSent{0};
     support::Mutex mutex;
     GstElement* pipeline GUARDED_BY(mutex) = nullptr;
     GstElement* webrtc GUARDED_BY(mutex) = nullptr;
