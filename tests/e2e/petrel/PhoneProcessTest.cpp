@@ -1,5 +1,6 @@
 // The program as a process: it starts, listens, speaks, and ends when asked to.
 #include <arpa/inet.h>
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -15,8 +16,12 @@ namespace {
 using e2e::ChildProcess;
 using testing::HasSubstr;
 
-constexpr const char* kFirstAddress = "127.0.87.2";
-constexpr const char* kSecondAddress = "127.0.87.3";
+// Addresses of this process alone, so that test programs may run side by side.
+std::string OwnAddress(int last) {
+    return fmt::format("127.{}.{}.{}", 100 + getpid() / 250 % 100, 1 + getpid() % 250, last);
+}
+const std::string kFirstAddress = OwnAddress(2);
+const std::string kSecondAddress = OwnAddress(3);
 constexpr std::chrono::seconds kStartLimit(30);
 // What is allowed is one second; the rest is for a machine that does other things too.
 constexpr std::chrono::seconds kEndLimit(5);
@@ -24,11 +29,11 @@ constexpr std::chrono::seconds kEndLimit(5);
 // A plain socket that greets the phone as a WebSocket client would.
 class PlainClient {
 public:
-    explicit PlainClient(const char* address) : descriptor(socket(AF_INET, SOCK_STREAM, 0)) {
+    explicit PlainClient(const std::string& address) : descriptor(socket(AF_INET, SOCK_STREAM, 0)) {
         sockaddr_in to{};
         to.sin_family = AF_INET;
         to.sin_port = htons(9001);
-        inet_pton(AF_INET, address, &to.sin_addr);
+        inet_pton(AF_INET, address.c_str(), &to.sin_addr);
         connected = connect(descriptor, reinterpret_cast<const sockaddr*>(&to), sizeof to) == 0;
         const timeval limit{10, 0};
         setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
@@ -82,8 +87,7 @@ TEST(PhoneProcess, AnnouncesItselfToAClientThatJoins) {
 
 TEST(PhoneProcess, ListensOnAsManyAddressesAsPhones) {
     ChildProcess phones(PETREL_PROGRAM, {"simulate", "--listen", kFirstAddress, "--phones", "2"});
-    ASSERT_TRUE(phones.WaitForOutput(std::string(kSecondAddress) + ": listening", kStartLimit))
-        << phones.Errors();
+    ASSERT_TRUE(phones.WaitForOutput(kSecondAddress + ": listening", kStartLimit)) << phones.Errors();
     EXPECT_TRUE(PlainClient(kFirstAddress).Connected());
     EXPECT_TRUE(PlainClient(kSecondAddress).Connected());
     phones.Signal(SIGINT);
