@@ -2,8 +2,10 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <string>
 
 #include "host/media/nxBuffer2.h"
@@ -115,10 +117,16 @@ TEST_F(Allocation, NoneForARepeatedColouredPicture) {
 TEST_F(Allocation, NoFreshPageForAPictureOnceWarm) {
     for (int round = 0; round < kWarmUpRounds; ++round)
         MakeFrame();
-    const std::int64_t before = PageFaultsOfThisThread();
-    for (int round = 0; round < kRounds; ++round)
-        MakeFrame();
-    EXPECT_EQ(PageFaultsOfThisThread() - before, 0);
+    // The kernel may move pages at any time, which counts as faults; a fresh page per picture would fault in
+    // every series.
+    std::int64_t fewest = std::numeric_limits<std::int64_t>::max();
+    for (int series = 0; series < 5; ++series) {
+        const std::int64_t before = PageFaultsOfThisThread();
+        for (int round = 0; round < kRounds; ++round)
+            MakeFrame();
+        fewest = std::min(fewest, PageFaultsOfThisThread() - before);
+    }
+    EXPECT_EQ(fewest, 0);
     DropLatest();
 }
 
