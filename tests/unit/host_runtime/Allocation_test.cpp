@@ -23,6 +23,17 @@ std::int64_t PageFaultsOfThisThread() {
 constexpr int kWarmUpRounds = 10;
 constexpr int kRounds = 200;
 
+// The address sanitizer moves stack frames to pages of its own, less than one of them per picture.
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+constexpr std::int64_t kPagesOfTheSanitizer = kRounds;
+#else
+constexpr std::int64_t kPagesOfTheSanitizer = 0;
+#endif
+#else
+constexpr std::int64_t kPagesOfTheSanitizer = 0;
+#endif
+
 template <class Work>
 std::int64_t AllocationsAfterWarmUp(Work work) {
     for (int round = 0; round < kWarmUpRounds; ++round)
@@ -126,7 +137,7 @@ TEST_F(Allocation, NoFreshPageForAPictureOnceWarm) {
             MakeFrame();
         fewest = std::min(fewest, PageFaultsOfThisThread() - before);
     }
-    EXPECT_EQ(fewest, 0);
+    EXPECT_LE(fewest, kPagesOfTheSanitizer);
     DropLatest();
 }
 
