@@ -8,16 +8,23 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 
 #include "host/network/cWebSocket.h"
 #include "host_runtime/network/WebSocketUrl.h"
 
 namespace host_runtime {
 
+// Why there is no connection. The reason is part of a sentence, for failures that trying again does not mend.
+struct ConnectFailure {
+    cWebSocket::Error error = cWebSocket::Error::ConnectFailed;
+    std::string reason;
+};
+
 class ByteStream {
 public:
     using Done = std::function<void(const boost::system::error_code& error, std::size_t bytes)>;
-    using Connected = std::function<void(std::optional<cWebSocket::Error> error)>;
+    using Connected = std::function<void(std::optional<ConnectFailure> failure)>;
 
     virtual ~ByteStream() = default;
 

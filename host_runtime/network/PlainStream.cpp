@@ -16,7 +16,7 @@ public:
             if (success) {
                 connected(std::nullopt);
             } else {
-                connected(cWebSocket::Error::ConnectFailed);
+                connected(ConnectFailure{});
             }
         });
     }

@@ -1,4 +1,5 @@
 #include <openssl/ssl.h>
+#include <openssl/x509_vfy.h>
 
 #include <boost/asio/ip/address.hpp>
 #include <boost/asio/ip/tcp.hpp>
@@ -16,10 +17,14 @@ namespace {
 
 namespace ssl = boost::asio::ssl;
 
+// At least 112 bits: no SHA-1 in a certificate's signature, whatever the system is configured to allow.
+constexpr int kSecurityLevel = 2;
+
 std::shared_ptr<ssl::context> MakeContext(const std::string& extraCaFile) {
     auto context = std::make_shared<ssl::context>(ssl::context::tls_client);
     boost::system::error_code ignored;  // without the authorities no certificate is accepted
     SSL_CTX_set_min_proto_version(context->native_handle(), TLS1_2_VERSION);
+    SSL_CTX_set_security_level(context->native_handle(), kSecurityLevel);
     context->set_default_verify_paths(ignored);
     if (!extraCaFile.empty()) context->load_verify_file(extraCaFile, ignored);
     context->set_verify_mode(ssl::verify_peer, ignored);
@@ -45,11 +50,28 @@ std::shared_ptr<ssl::context> SharedContext(const std::string& extraCaFile) {
 
 // A connection that broke may work next time; a refused certificate or a peer that does not speak TLS
 // will not.
-cWebSocket::Error HandshakeError(const boost::system::error_code& error) {
+ConnectFailure HandshakeFailure(const boost::system::error_code& error, long verifyResult) {
     const bool brokeOff =
         error.category() != boost::asio::error::get_ssl_category() ||
         ERR_GET_REASON(static_cast<unsigned long>(error.value())) == SSL_R_UNEXPECTED_EOF_WHILE_READING;
-    return brokeOff ? cWebSocket::Error::ConnectFailed : cWebSocket::Error::Permanent;
+    if (brokeOff) return {};
+    if (verifyResult == X509_V_OK) return {cWebSocket::Error::Permanent, "no TLS: " + error.message()};
+    return {cWebSocket::Error::Permanent,
+            std::string("its certificate is refused: ") + X509_verify_cert_error_string(verifyResult)};
+}
+
+// Besides the chain, the certificate must be for this name or address.
+void ExpectHost(SSL* tls, const std::string& host) {
+    boost::system::error_code notNumeric;
+    boost::asio::ip::make_address(host, notNumeric);
+    if (!notNumeric) {
+        X509_VERIFY_PARAM_set1_ip_asc(SSL_get0_param(tls), host.c_str());
+        return;
+    }
+    SSL_set_hostflags(tls, X509_CHECK_FLAG_NO_PARTIAL_WILDCARDS);
+    SSL_set1_host(tls, host.c_str());
+    // Server name indication is for names only (RFC 6066 section 3).
+    SSL_set_tlsext_host_name(tls, host.c_str());
 }
 
 class TlsStream final : public ByteStream, public std::enable_shared_from_this<TlsStream> {
@@ -62,7 +84,7 @@ public:
                        if (success) {
                            Handshake(host, connected);
                        } else {
-                           connected(cWebSocket::Error::ConnectFailed);
+                           connected(ConnectFailure{});
                        }
                    });
     }
@@ -86,20 +108,15 @@ private:
     void Handshake(const std::string& host, const Connected& connected) {
         context = SharedContext(extraCas);
         tls.emplace(socket, *context);
-        boost::system::error_code notNumeric;
-        boost::asio::ip::make_address(host, notNumeric);
-        // Server name indication is for names only (RFC 6066 section 3).
-        if (notNumeric) SSL_set_tlsext_host_name(tls->native_handle(), host.c_str());
-        boost::system::error_code ignored;
-        tls->set_verify_callback(ssl::host_name_verification(host), ignored);
-        tls->async_handshake(ssl::stream_base::client,
-                             [self = shared_from_this(), connected](const boost::system::error_code& error) {
-                                 if (error) {
-                                     connected(HandshakeError(error));
-                                 } else {
-                                     connected(std::nullopt);
-                                 }
-                             });
+        ExpectHost(tls->native_handle(), host);
+        tls->async_handshake(ssl::stream_base::client, [self = shared_from_this(),
+                                                        connected](const boost::system::error_code& error) {
+            if (error) {
+                connected(HandshakeFailure(error, SSL_get_verify_result(self->tls->native_handle())));
+            } else {
+                connected(std::nullopt);
+            }
+        });
     }
 
     const std::string extraCas;

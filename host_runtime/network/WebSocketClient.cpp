@@ -3,6 +3,7 @@
 #include <boost/asio/post.hpp>
 #include <utility>
 
+#include "host/core/zTraceManager.h"
 #include "host_runtime/network/NetworkThread.h"
 
 namespace host_runtime {
@@ -33,7 +34,8 @@ void WebSocketClient::open(const char* url, double connectTimeoutSeconds) {
     const auto parsed = ParseWebSocketUrl(url == nullptr ? "" : url);
     if (!parsed) {
         boost::asio::post(NetworkContext(), [weak = weak_from_this(), failed = generation] {
-            if (const auto self = weak.lock()) self->OnConnectFailed(failed, Error::Permanent);
+            if (const auto self = weak.lock())
+                self->OnConnectFailed(failed, {Error::Permanent, "the URL cannot be used"});
         });
         return;
     }
@@ -68,8 +70,11 @@ bool WebSocketClient::Advance(std::uint64_t itsGeneration, State from, State to)
     return true;
 }
 
-void WebSocketClient::OnConnectFailed(std::uint64_t failedGeneration, Error error) {
-    if (Advance(failedGeneration, State::Connecting, State::Closed)) Call(onError, error);
+void WebSocketClient::OnConnectFailed(std::uint64_t failedGeneration, const ConnectFailure& failure) {
+    if (!Advance(failedGeneration, State::Connecting, State::Closed)) return;
+    if (!failure.reason.empty())
+        zTraceManager::Default()->TraceMessage(FourCC("note"), "cWebSocket: %s\n", failure.reason.c_str());
+    Call(onError, failure.error);
 }
 
 void WebSocketClient::OnOpened(std::uint64_t openedGeneration) {

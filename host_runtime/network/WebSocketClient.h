@@ -14,7 +14,8 @@ namespace host_runtime {
 
 // Each open() gets a fresh transport under a new generation number; what an older one still reports is
 // dropped, which makes close() silent. A handler that began when close() is called runs to its end. An
-// exception out of a handler ends there. A text with a NUL inside ends at it for the receiver.
+// exception out of a handler ends there. A text with a NUL inside ends at it for the receiver. Why an opening
+// failed for good is traced, once, before the error handler is called.
 class WebSocketClient final : public cWebSocket,
                               public WebSocketListener,
                               public std::enable_shared_from_this<WebSocketClient>,
@@ -31,7 +32,7 @@ public:
     void keepAlive(std::int32_t, std::int32_t, std::int32_t) override;
 
     // [network thread]
-    void OnConnectFailed(std::uint64_t failedGeneration, Error error) override;
+    void OnConnectFailed(std::uint64_t failedGeneration, const ConnectFailure& failure) override;
     void OnOpened(std::uint64_t openedGeneration) override;
     void OnMessage(std::uint64_t itsGeneration, const char* text) override;
     void OnEnded(std::uint64_t endedGeneration, std::optional<Error> error) override;

@@ -52,12 +52,15 @@ bool IsOfCategory(const error_code& error, Enum example) {
     return error.category() == make_error_code(example).category();
 }
 
-Error HandshakeError(const error_code& error) {
-    if (error == beast::http::error::end_of_stream || error == beast::http::error::partial_message)
-        return Error::ConnectFailed;
+ConnectFailure NoWebSocket() {
+    return {Error::Permanent, "it is no WebSocket server"};
+}
+
+ConnectFailure HandshakeFailure(const error_code& error) {
+    if (error == beast::http::error::end_of_stream || error == beast::http::error::partial_message) return {};
     const bool notOurProtocol = IsOfCategory(error, beast::http::error::end_of_stream) ||
                                 IsOfCategory(error, websocket::error::closed);
-    return notOurProtocol ? Error::Permanent : Error::ConnectFailed;
+    return notOurProtocol ? NoWebSocket() : ConnectFailure{};
 }
 
 Error ReadError(const error_code& error) {
@@ -108,16 +111,16 @@ private:
     void Connect() {
         if (phase != Phase::Connecting) return;
         After(ConnectTime(target.connectTimeoutSeconds), &BeastTransport::OnConnectTimeout);
-        bytes->Connect(target.url, [self = shared_from_this()](std::optional<Error> error) {
-            if (error) {
-                self->Fail(*error);
+        bytes->Connect(target.url, [self = shared_from_this()](const std::optional<ConnectFailure>& failure) {
+            if (failure) {
+                self->Fail(*failure);
             } else {
                 self->Handshake();
             }
         });
     }
 
-    void OnConnectTimeout() { Fail(Error::ConnectFailed); }
+    void OnConnectTimeout() { Fail({}); }
 
     void Handshake() {
         if (phase != Phase::Connecting) return;
@@ -128,7 +131,7 @@ private:
         socket.async_handshake(target.url.hostHeader, target.url.target,
                                [self = shared_from_this()](const error_code& error) {
                                    if (error) {
-                                       self->Fail(HandshakeError(error));
+                                       self->Fail(HandshakeFailure(error));
                                    } else {
                                        self->OnHandshaken();
                                    }
@@ -139,13 +142,15 @@ private:
     // no end.
     void JudgeAnswer(std::string_view received) {
         answer.append(received.substr(0, kJudgedBytes - std::min(kJudgedBytes, answer.size())));
-        if (IsRefusal(answer)) Fail(Error::Permanent);
+        if (IsRefusal(answer)) Fail(NoWebSocket());
     }
 
-    void Fail(Error error) {
+    void Fail(const ConnectFailure& failure) {
         if (phase != Phase::Connecting) return;
         Finish();
-        Tell([&](WebSocketListener& hearer) { hearer.OnConnectFailed(generation, error); });
+        ConnectFailure told = failure;
+        if (!told.reason.empty()) told.reason = target.url.hostHeader + ": " + told.reason;
+        Tell([&](WebSocketListener& hearer) { hearer.OnConnectFailed(generation, told); });
     }
 
     void OnHandshaken() {

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "host/network/cWebSocket.h"
+#include "host_runtime/network/ByteStream.h"
 #include "host_runtime/network/NetworkSettings.h"
 #include "host_runtime/network/WebSocketUrl.h"
 #include "support/object_count.h"
@@ -19,7 +20,7 @@ namespace host_runtime {
 class WebSocketListener {
 public:
     virtual ~WebSocketListener() = default;
-    virtual void OnConnectFailed(std::uint64_t generation, cWebSocket::Error error) = 0;
+    virtual void OnConnectFailed(std::uint64_t generation, const ConnectFailure& failure) = 0;
     virtual void OnOpened(std::uint64_t generation) = 0;
     virtual void OnMessage(std::uint64_t generation, const char* text) = 0;
     virtual void OnEnded(std::uint64_t generation, std::optional<cWebSocket::Error> error) = 0;

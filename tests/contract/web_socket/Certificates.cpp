@@ -4,6 +4,7 @@
 #include <openssl/ec.h>
 #include <openssl/evp.h>
 #include <openssl/pem.h>
+#include <openssl/rsa.h>
 #include <openssl/x509v3.h>
 #include <unistd.h>
 
@@ -73,18 +74,19 @@ const Authority& TheAuthority() {
 }  // namespace
 
 TlsContext MakeServerContext(const CertificateWish& wish) {
-    const Key key = MakeKey();
+    const Key key = wish.rsaBits != 0 ? Key(EVP_RSA_gen(wish.rsaBits)) : MakeKey();
     const Certificate certificate = MakeUnsigned("test server", key.get());
     X509* issuer = wish.selfSigned ? certificate.get() : TheAuthority().certificate.get();
     X509_set_issuer_name(certificate.get(), X509_get_subject_name(issuer));
     X509_gmtime_adj(X509_getm_notBefore(certificate.get()), wish.validFromSeconds);
     X509_gmtime_adj(X509_getm_notAfter(certificate.get()), wish.validForSeconds);
     AddExtension(certificate.get(), issuer, NID_subject_alt_name, wish.subjectAltName);
-    X509_sign(certificate.get(), wish.selfSigned ? key.get() : TheAuthority().key.get(), EVP_sha256());
+    X509_sign(certificate.get(), wish.selfSigned ? key.get() : TheAuthority().key.get(),
+              wish.signedWithSha1 ? EVP_sha1() : EVP_sha256());
 
     TlsContext context(SSL_CTX_new(TLS_server_method()));
+    SSL_CTX_set_security_level(context.get(), 0);  // so that the server itself is willing
     if (wish.maximumTlsVersion != 0) {
-        SSL_CTX_set_security_level(context.get(), 0);  // so that the server itself is willing
         SSL_CTX_set_min_proto_version(context.get(), TLS1_VERSION);
         SSL_CTX_set_max_proto_version(context.get(), wish.maximumTlsVersion);
     }

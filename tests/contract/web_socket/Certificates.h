@@ -13,6 +13,8 @@ struct CertificateWish {
     long validFromSeconds = -3600;  // relative to now
     long validForSeconds = 3600;
     bool selfSigned = false;
+    bool signedWithSha1 = false;
+    unsigned rsaBits = 0;       // 0 for an elliptic key of 256 bits
     int maximumTlsVersion = 0;  // 0 for no limit
 };
 

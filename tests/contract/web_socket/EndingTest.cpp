@@ -1,4 +1,5 @@
 // How an established connection ends: cleanly, lost or in breach of the protocol, each reported once.
+#include <tuple>
 
 #include "tests/contract/web_socket/Box.h"
 #include "tests/contract/web_socket/WebSocketFixture.h"
@@ -148,36 +149,42 @@ struct Breach {
     std::string bytes;
 };
 
-class WebSocketBreach : public WebSocketFixture, public testing::WithParamInterface<Breach> {
+class WebSocketBreach : public WebSocketFixture,
+                        public testing::WithParamInterface<std::tuple<Scheme, Breach>> {
 protected:
-    WebSocketBreach() : WebSocketFixture(Scheme::Plain) {}
+    WebSocketBreach() : WebSocketFixture(std::get<Scheme>(GetParam())) {}
 };
 
 INSTANTIATE_TEST_SUITE_P(
     By, WebSocketBreach,
-    testing::Values(Breach{"AMaskedFrame", EncodeFrame({kText, true, "masked"}, Masking::Masked)},
-                    Breach{"InvalidUtf8", EncodeFrame({kText, true, "\xC3("})},
-                    Breach{"ASurrogate", EncodeFrame({kText, true, "\xED\xA0\x80"})},
-                    Breach{"ALetterCutAtTheEnd", EncodeFrame({kText, true, "a\xC3"})},
-                    Breach{"AReservedOpcode", EncodeFrame({0x3, true, "x"})},
-                    Breach{"AReservedControl", EncodeFrame({0xB, true, "x"})},
-                    Breach{"AReservedBit", std::string("\xC1\x01x")},
-                    Breach{"AContinuationOfNothing", EncodeFrame({kContinuation, true, "x"})},
-                    Breach{"AMessageInsideAMessage",
-                           EncodeFrame({kText, false, "a"}) + EncodeFrame({kText, true, "b"})},
-                    Breach{"AFragmentedPing", EncodeFrame({kPing, false, "x"})},
-                    Breach{"ALongPing", EncodeFrame({kPing, true, std::string(126, 'x')})},
-                    Breach{"ALengthWithLeadingZeros", std::string("\x81\x7E\x00\x01x", 5)},
-                    Breach{"ACloseCodeThatMustNotBeSent", EncodeFrame({kClose, true, "\x03\xED"})},
-                    Breach{"ACloseFrameOfOneByte", EncodeFrame({kClose, true, "\x03"})},
-                    Breach{"ACloseReasonInInvalidUtf8", EncodeFrame({kClose, true, "\x03\xE8\xFF"})}),
-    [](const auto& breach) { return breach.param.name; });
+    testing::Combine(
+        testing::Values(Scheme::Plain, Scheme::Tls),
+        testing::Values(Breach{"AMaskedFrame", EncodeFrame({kText, true, "masked"}, Masking::Masked)},
+                        Breach{"InvalidUtf8", EncodeFrame({kText, true, "\xC3("})},
+                        Breach{"ASurrogate", EncodeFrame({kText, true, "\xED\xA0\x80"})},
+                        Breach{"ALetterCutAtTheEnd", EncodeFrame({kText, true, "a\xC3"})},
+                        Breach{"AReservedOpcode", EncodeFrame({0x3, true, "x"})},
+                        Breach{"AReservedControl", EncodeFrame({0xB, true, "x"})},
+                        Breach{"AReservedBit", std::string("\xC1\x01x")},
+                        Breach{"AContinuationOfNothing", EncodeFrame({kContinuation, true, "x"})},
+                        Breach{"AMessageInsideAMessage",
+                               EncodeFrame({kText, false, "a"}) + EncodeFrame({kText, true, "b"})},
+                        Breach{"AFragmentedPing", EncodeFrame({kPing, false, "x"})},
+                        Breach{"ALongPing", EncodeFrame({kPing, true, std::string(126, 'x')})},
+                        Breach{"ALengthWithLeadingZeros", std::string("\x81\x7E\x00\x01x", 5)},
+                        Breach{"ACloseCodeThatMustNotBeSent", EncodeFrame({kClose, true, "\x03\xED"})},
+                        Breach{"ACloseFrameOfOneByte", EncodeFrame({kClose, true, "\x03"})},
+                        Breach{"ACloseReasonInInvalidUtf8", EncodeFrame({kClose, true, "\x03\xE8\xFF"})})),
+    [](const auto& breach) {
+        const bool overTls = std::get<Scheme>(breach.param) == Scheme::Tls;
+        return std::string(std::get<Breach>(breach.param).name) + (overTls ? "OverTls" : "");
+    });
 
 TEST_P(WebSocketBreach, IsAProtocolError) {
     const Box<int> opcode;
     Serve([opcode](RawPeer& peer) {
         peer.AcceptWebSocket();
-        peer.Send(GetParam().bytes);
+        peer.Send(std::get<Breach>(GetParam()).bytes);
         opcode.Put(peer.ReadMessage().value_or(Frame{}).opcode);
         EXPECT_TRUE(peer.WaitForEnd());
     });

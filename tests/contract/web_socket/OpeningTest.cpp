@@ -1,5 +1,6 @@
 // How a connection comes about, or does not: error 1 for what may work later, error 3 for what will not.
 #include <limits>
+#include <tuple>
 #include <utility>
 
 #include "tests/contract/web_socket/Box.h"
@@ -151,28 +152,31 @@ TEST_P(WebSocketOpening, ReportsAReset) {
 
 // Failures that will not pass: error 3.
 
-class WebSocketRefusal : public WebSocketFixture, public testing::WithParamInterface<const char*> {
+class WebSocketRefusal : public WebSocketFixture,
+                         public testing::WithParamInterface<std::tuple<Scheme, const char*>> {
 protected:
-    WebSocketRefusal() : WebSocketFixture(Scheme::Plain) {}
+    WebSocketRefusal() : WebSocketFixture(std::get<Scheme>(GetParam())) {}
 };
 
 // The answers are told from slow ones although the connection stays open.
 INSTANTIATE_TEST_SUITE_P(
     Of, WebSocketRefusal,
-    testing::Values("HTTP/1.1 404 Not Found\r\nContent-Length: 9\r\n\r\nnot found",
-                    "HTTP/1.1 200 OK\r\n\r\n<html>without an end",
-                    "HTTP/1.1 503 Service Unavailable\r\nTransfer-Encoding: chunked\r\n\r\n5\r\nhello",
-                    "HTTP/1.1 301 Moved Permanently\r\nLocation: ws://127.0.0.1/\r\n\r\n",
-                    "HTTP/1.0 101 Switching Protocols\r\n\r\n", "SSH-2.0-OpenSSH_9.2\r\n", "garbage",
-                    "\x15\x03\x01", "HTTP/1.1 101 Switching Protocols\r\n\r\n",
-                    "HTTP/1.1 101 Switching Protocols\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"
-                    "Sec-WebSocket-Accept: AAAAAAAAAAAAAAAAAAAAAAAAAAA=\r\n\r\n",
-                    "HTTP/1.1 101 Switching Protocols\r\nno colon\r\n\r\n"));
+    testing::Combine(
+        testing::Values(Scheme::Plain, Scheme::Tls),
+        testing::Values("HTTP/1.1 404 Not Found\r\nContent-Length: 9\r\n\r\nnot found",
+                        "HTTP/1.1 200 OK\r\n\r\n<html>without an end",
+                        "HTTP/1.1 503 Service Unavailable\r\nTransfer-Encoding: chunked\r\n\r\n5\r\nhello",
+                        "HTTP/1.1 301 Moved Permanently\r\nLocation: ws://127.0.0.1/\r\n\r\n",
+                        "HTTP/1.0 101 Switching Protocols\r\n\r\n", "SSH-2.0-OpenSSH_9.2\r\n", "garbage",
+                        "\x15\x03\x01", "HTTP/1.1 101 Switching Protocols\r\n\r\n",
+                        "HTTP/1.1 101 Switching Protocols\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"
+                        "Sec-WebSocket-Accept: AAAAAAAAAAAAAAAAAAAAAAAAAAA=\r\n\r\n",
+                        "HTTP/1.1 101 Switching Protocols\r\nno colon\r\n\r\n")));
 
 TEST_P(WebSocketRefusal, IsPermanent) {
     Serve([](RawPeer& peer) {
         peer.ReadRequest();
-        peer.Send(GetParam());
+        peer.Send(std::get<const char*>(GetParam()));
         peer.WaitForEnd();
     });
     Open();
@@ -187,7 +191,8 @@ protected:
 INSTANTIATE_TEST_SUITE_P(Of, WebSocketUrlRefusal,
                          testing::Values(static_cast<const char*>(nullptr), "", "127.0.0.1",
                                          "http://127.0.0.1/", "ws://", "ws://:9001/", "ws://a b/",
-                                         "ws://127.0.0.1:99999/", "ws://127.0.0.1:0/", "ws://[::1/"));
+                                         "ws://127.0.0.1:99999/", "ws://127.0.0.1:0/", "ws://[::1/", "wss://",
+                                         "wss://:9001/", "wss://127.0.0.1:0/"));
 
 TEST_P(WebSocketUrlRefusal, IsPermanent) {
     socket->open(GetParam(), kLongEnough);

@@ -17,6 +17,15 @@ std::string CodeText(cWebSocket::Error error) {
     return std::to_string(static_cast<std::int32_t>(error));
 }
 
+bool Ended(std::int64_t (*alive)()) {
+    const auto deadline = std::chrono::steady_clock::now() + kPatience;
+    while (alive() != 0) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        PassNetworkThread();
+    }
+    return true;
+}
+
 }  // namespace
 
 std::shared_ptr<SocketLog> SocketLog::Of(cWebSocket& socket) {
@@ -59,13 +68,12 @@ void PassNetworkThread() {
     passed.get_future().wait();
 }
 
+bool AllTransportsGone() {
+    return Ended(host_runtime::WebSocketTransport::Alive);
+}
+
 bool AllSocketsGone() {
-    const auto deadline = std::chrono::steady_clock::now() + kPatience;
-    while (host_runtime::WebSocketClient::Alive() + host_runtime::WebSocketTransport::Alive() != 0) {
-        if (std::chrono::steady_clock::now() > deadline) return false;
-        PassNetworkThread();
-    }
-    return true;
+    return Ended(host_runtime::WebSocketClient::Alive) && AllTransportsGone();
 }
 
 }  // namespace tests

@@ -30,7 +30,8 @@ private:
 // Returns after the network thread has done all that was posted to it.
 void PassNetworkThread();
 
-// True when no socket and no transport is left, at the latest after a few seconds.
+// True when no transport, or nothing at all, is left, at the latest after a few seconds.
+bool AllTransportsGone();
 bool AllSocketsGone();
 
 }  // namespace tests
