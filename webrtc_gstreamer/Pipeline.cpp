@@ -10,6 +10,7 @@
 #include "webrtc_gstreamer/Engine.h"
 #include "webrtc_gstreamer/Log.h"
 #include "webrtc_gstreamer/Promise.h"
+#include "webrtc_gstreamer/RelayRelease.h"
 
 namespace webrtc_gstreamer {
 namespace {
@@ -45,6 +46,16 @@ GstBusSyncReply OnMessage(GstBus*, GstMessage* message, gpointer) {
     }
     gst_message_unref(message);
     return GST_BUS_DROP;
+}
+
+// Null when this version of webrtcbin has another.
+ObjectPointer IceAgent(GstElement* webrtc) {
+    GObject* ice = nullptr;
+    g_object_get(webrtc, "ice-agent", &ice, nullptr);
+    const ObjectPointer ownedIce(ice);
+    GObject* agent = nullptr;
+    if (ice != nullptr) g_object_get(ice, "agent", &agent, nullptr);
+    return ObjectPointer(agent);
 }
 
 std::string ErrorIn(const GstStructure* reply) {
@@ -86,16 +97,12 @@ bool Pipeline::Build(const std::vector<IceServer>& servers) {
 }
 
 void Pipeline::SetUpIce(const std::vector<IceServer>& servers) {
-    GObject* ice = nullptr;
-    g_object_get(webrtc, "ice-agent", &ice, nullptr);
-    const ObjectPointer ownedIce(ice);
-    NiceAgent* agent = nullptr;
-    if (ice != nullptr) g_object_get(ice, "agent", &agent, nullptr);
-    const ObjectPointer ownedAgent(G_OBJECT(agent));
-    if (agent == nullptr) {
+    const ObjectPointer ownedAgent = IceAgent(webrtc);
+    if (!ownedAgent) {
         LogError("the ICE agent cannot be reached");
         return;
     }
+    NiceAgent* const agent = NICE_AGENT(ownedAgent.get());
     g_object_set(agent, "ice-tcp", FALSE, "upnp", FALSE, "keepalive-conncheck", TRUE, nullptr);
     if (OnlyLoopbackIsUp()) {
         // Loopback is skipped when gathering; an address added here replaces the automatic list.
@@ -117,6 +124,7 @@ void Pipeline::SetUpIce(const std::vector<IceServer>& servers) {
         } else {
             gboolean added = FALSE;
             g_signal_emit_by_name(webrtc, "add-turn-server", TurnUri(*url, address, server).c_str(), &added);
+            mayHaveRelays = true;
         }
     }
 }
@@ -128,6 +136,9 @@ Pipeline::~Pipeline() {
         ending = true;
     }
     if (webrtc != nullptr) g_signal_handlers_disconnect_by_data(webrtc, this);
+    if (mayHaveRelays) {
+        if (const ObjectPointer agent = IceAgent(webrtc)) ReleaseRelays(*NICE_AGENT(agent.get()));
+    }
     gst_element_set_state(pipeline.get(), GST_STATE_NULL);
     const Crossing crossing;
 }

@@ -82,6 +82,7 @@ private:
     Reports reports;
     ElementPointer pipeline;
     GstElement* webrtc = nullptr;  // owned by the pipeline
+    bool mayHaveRelays = false;
 
     // Held while a receiver is added, so that the end waits for it.
     support::Mutex mutex;
