@@ -60,7 +60,7 @@ protected:
                 phoneLine.reset();
                 turn.reset();
             });
-        Ip("link del host0");
+        if (ownNetworkProblem.empty()) Ip("link del host0");  // never in the network of the machine
     }
 
     // The phone's own candidates reach the host, but no packet does.
