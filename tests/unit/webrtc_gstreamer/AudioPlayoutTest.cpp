@@ -66,26 +66,30 @@ TEST(AudioPlayout, IsSilentUntilTheStoreIsFilled) {
     EXPECT_EQ(block[479].left, 1000);
 }
 
-TEST(AudioPlayout, NeitherStarvesNorOverrunsAtAnyClockDifference) {
-    for (const double difference : {-200.0, 0.0, 200.0}) {
-        Line line(difference, 0);
-        int smallest = AudioPlayout::kCapacityFrames;
-        int largest = 0;
-        double speeds = 0;
-        for (int block = 0; block < 60'000; ++block) {
-            line.Next();
-            if (block >= 30'000) speeds += line.playout.Speed();
-            if (block < 1000) continue;
-            smallest = std::min(smallest, line.playout.StoredFrames());
-            largest = std::max(largest, line.playout.StoredFrames());
-        }
-        EXPECT_EQ(line.playout.Underruns(), 0) << difference;
-        EXPECT_EQ(line.playout.Cuts(), 0) << difference;
-        EXPECT_GT(smallest, 480) << difference;
-        EXPECT_LT(largest, 4800) << difference;
-        EXPECT_NEAR(speeds / 30'000, 1 + difference * 1e-6, 5e-6) << difference;
+// Millionths by which the sender's clock is fast.
+class AudioPlayoutDrift : public testing::TestWithParam<double> {};
+
+TEST_P(AudioPlayoutDrift, NeitherStarvesNorOverruns) {
+    const double difference = GetParam();
+    Line line(difference, 0);
+    int smallest = AudioPlayout::kCapacityFrames;
+    int largest = 0;
+    double speeds = 0;
+    for (int block = 0; block < 40'000; ++block) {
+        line.Next();
+        if (block >= 20'000) speeds += line.playout.Speed();
+        if (block < 1000) continue;
+        smallest = std::min(smallest, line.playout.StoredFrames());
+        largest = std::max(largest, line.playout.StoredFrames());
     }
+    EXPECT_EQ(line.playout.Underruns(), 0);
+    EXPECT_EQ(line.playout.Cuts(), 0);
+    EXPECT_GT(smallest, 480);
+    EXPECT_LT(largest, 4800);
+    EXPECT_NEAR(speeds / 20'000, 1 + difference * 1e-6, 5e-6);
 }
+
+INSTANTIATE_TEST_SUITE_P(AnyClock, AudioPlayoutDrift, testing::Values(-200.0, 0.0, 200.0));
 
 TEST(AudioPlayout, ClockDifferenceMakesNoClicks) {
     Line line(200);
