@@ -9,8 +9,17 @@
 namespace host_runtime {
 namespace {
 
+// The library tells only numbers that it has read itself from signed ones.
+bool IsNotNegative(const nlohmann::json& value) {
+    return value.is_number_unsigned() || (value.is_number_integer() && value.get<std::int64_t>() >= 0);
+}
+
+// Whole numbers below the range of 32 bits have no field that holds them.
 bool IsField(const nlohmann::json& value) {
-    return value.is_string() || value.is_boolean() || value.is_number_integer();
+    if (IsNotNegative(value)) return true;
+    if (value.is_number_integer())
+        return value.get<std::int64_t>() >= std::numeric_limits<std::int32_t>::min();
+    return value.is_string() || value.is_boolean();
 }
 
 }  // namespace
@@ -33,7 +42,7 @@ zRecord ReadRecord(const nlohmann::json& object) {
             record.SetCString(key, value.get_ref<const std::string&>().c_str());
         } else if (value.is_boolean()) {
             record.SetBool(key, value.get<bool>());
-        } else if (value.is_number_unsigned()) {
+        } else if (IsNotNegative(value)) {
             const auto number = value.get<std::uint64_t>();
             if (number <= std::numeric_limits<std::int32_t>::max()) {
                 record.SetInt32(key, static_cast<std::int32_t>(number));
@@ -42,7 +51,7 @@ zRecord ReadRecord(const nlohmann::json& object) {
             }
         } else if (value.is_number_integer()) {
             const auto number = value.get<std::int64_t>();
-            if (number >= std::numeric_limits<std::int32_t>::min() && number < 0)
+            if (number >= std::numeric_limits<std::int32_t>::min())
                 record.SetInt32(key, static_cast<std::int32_t>(number));
         }
     }

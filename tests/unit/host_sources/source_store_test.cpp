@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "host_runtime/sources/RecordJson.h"
 #include "tests/unit/host_sources/TemporaryDirectory.h"
 
 namespace host_runtime {
@@ -116,6 +117,32 @@ TEST_F(SourceStoreTest, KeepsKeysThatItDoesNotKnow) {
     EXPECT_EQ(written["sources"][0]["settings"]["nested"]["a"], 1);
     EXPECT_EQ(written["sources"][0]["settings"]["kestrel_ip_address"], "10.0.0.9");
     EXPECT_EQ(written["sources"][1]["identifier"], "broken");
+}
+
+TEST_F(SourceStoreTest, KeepsNumbersThatNoFieldHolds) {
+    tests::WriteText(File(), R"({"sources": [{"identifier": "ONE", "settings": {"far": -3000000000,
+        "half": 0.5, "level": -7}}]})");
+    SourceStore store;
+    ASSERT_TRUE(Opens(store));
+    StoredSource source = store.Sources().at(0);
+    EXPECT_FALSE(source.settings.Has("far"));
+    source.settings.Erase("level");
+    EXPECT_TRUE(store.Put(source));
+    const auto written = nlohmann::json::parse(tests::ReadText(File()));
+    EXPECT_EQ(written["sources"][0]["settings"], (nlohmann::json{{"far", -3000000000}, {"half", 0.5}}));
+}
+
+TEST(RecordJson, AWrittenRecordIsReadWithoutATextBetween) {
+    zRecord record;
+    record.SetInt32("few", 7);
+    record.SetInt32("none", -7);
+    record.SetUInt64("many", 5'000'000'000);
+    nlohmann::json object = nlohmann::json::object();
+    WriteRecord(record, object);
+    const zRecord again = ReadRecord(object);
+    EXPECT_EQ(again.AsInt32("few", 0), 7);
+    EXPECT_EQ(again.AsInt32("none", 0), -7);
+    EXPECT_EQ(again.AsUInt64("many", 0), 5'000'000'000U);
 }
 
 TEST_F(SourceStoreTest, SetsADamagedFileAsideAndSaysSo) {
