@@ -120,6 +120,22 @@ std::optional<std::string> WhyNotBundled(const SessionDescription& description) 
     return std::nullopt;
 }
 
+const MediaSection* FirstAccepted(const SessionDescription& description) {
+    const auto found = std::find_if(description.media.begin(), description.media.end(),
+                                    [](const MediaSection& section) { return !section.rejected; });
+    return found == description.media.end() ? nullptr : &*found;
+}
+
+// What a rejected section says of its transport has not been checked, and means nothing.
+void TakeTransport(MediaSection& rejected, const MediaSection& transport) {
+    rejected.setup = transport.setup;
+    rejected.iceUfrag = transport.iceUfrag;
+    rejected.icePwd = transport.icePwd;
+    rejected.fingerprint = transport.fingerprint;
+    rejected.ssrcs.clear();
+    rejected.candidates.clear();
+}
+
 }  // namespace
 
 bool WillSend(const MediaSection& section) {
@@ -183,7 +199,9 @@ std::optional<std::string> WhyNotAnOffer(const SessionDescription& offer,
 SessionDescription OfferForEngine(const SessionDescription& offer) {
     SessionDescription result = offer;
     result.bundle.clear();
+    const MediaSection* transport = FirstAccepted(offer);
     for (MediaSection& section : result.media) {
+        if (section.rejected && transport != nullptr) TakeTransport(section, *transport);
         std::erase_if(section.formats, [&section](const PayloadFormat& format) {
             return !CanReceive(section.kind, format.encoding);
         });
@@ -198,10 +216,8 @@ SessionDescription OfferForEngine(const SessionDescription& offer) {
 
 SessionDescription AnswerForEngine(const SessionDescription& offer, const SessionDescription& answer) {
     SessionDescription result = answer;
-    const auto accepted = std::find_if(result.media.begin(), result.media.end(),
-                                       [](const MediaSection& section) { return !section.rejected; });
-    if (accepted == result.media.end()) return result;
-    const MediaSection transport = *accepted;
+    const MediaSection* transport = FirstAccepted(answer);
+    if (transport == nullptr) return result;
     result.bundle.clear();
     for (std::size_t index = 0; index < result.media.size(); ++index) {
         MediaSection& section = result.media[index];
@@ -210,12 +226,7 @@ SessionDescription AnswerForEngine(const SessionDescription& offer, const Sessio
             section = offer.media[index];
             section.rejected = false;
             section.direction = Direction::Inactive;
-            section.setup = transport.setup;
-            section.iceUfrag = transport.iceUfrag;
-            section.icePwd = transport.icePwd;
-            section.fingerprint = transport.fingerprint;
-            section.ssrcs.clear();
-            section.candidates.clear();
+            TakeTransport(section, *transport);
         } else if (section.direction == Direction::SendReceive) {
             section.direction = Direction::SendOnly;
         }

@@ -23,8 +23,8 @@ bool WillSend(const MediaSection& section);
 // section names its transport, and only what was offered is kept.
 SessionDescription AnswerForEngine(const SessionDescription& offer, const SessionDescription& answer);
 
-// A valid offer with only the formats and header extensions that can be received; a section without any is
-// rejected.
+// A valid offer with only the formats and header extensions that can be received; rejected sections name the
+// transport of the others.
 SessionDescription OfferForEngine(const SessionDescription& offer);
 
 }  // namespace webrtc_gstreamer

@@ -166,6 +166,27 @@ TEST(OfferRules, OnlyKnownCodecsRemain) {
     EXPECT_EQ(fitted.media[1].direction, Direction::SendOnly);
 }
 
+TEST(OfferRules, ARejectedSectionsOwnTransportIsNotHandedOn) {
+    auto offer = Parsed(Answer());
+    offer.media[0].setup = offer.media[1].setup = "actpass";
+    MediaSection& rejected = offer.media[1];
+    rejected.rejected = true;
+    rejected.setup = "hold\1";
+    rejected.iceUfrag.clear();
+    rejected.fingerprint = std::string("sha-256 \0", 9);
+    rejected.ssrcs = {99};
+    rejected.candidates = {"candidate:nonsense"};
+    ASSERT_EQ(WhyNotAnOffer(offer, nullptr).value_or(""), "");
+    const MediaSection fitted = OfferForEngine(offer).media[1];
+    EXPECT_TRUE(fitted.rejected);
+    EXPECT_EQ(fitted.setup, "actpass");
+    EXPECT_EQ(fitted.iceUfrag, "wxyz");
+    EXPECT_EQ(fitted.icePwd, "1234567890123456789012");
+    EXPECT_EQ(fitted.fingerprint, kFingerprint);
+    EXPECT_TRUE(fitted.ssrcs.empty());
+    EXPECT_TRUE(fitted.candidates.empty());
+}
+
 TEST(OfferRules, ALaterOfferKeepsTheSections) {
     std::string text = Answer();
     for (auto at = text.find("a=setup:active"); at != std::string::npos; at = text.find("a=setup:active"))
