@@ -18,6 +18,7 @@ if(KESTREL_CCACHE)
 endif()
 
 option(KESTREL_BUILD_TESTS "Build the tests" ON)
+option(KESTREL_BUILD_FUZZERS "Build the fuzzers (clang), and every room with their instrumentation" OFF)
 option(KESTREL_WERROR "Treat warnings as errors" OFF)
 set(KESTREL_SANITIZE "" CACHE STRING "address (with undefined), thread, or empty")
 
@@ -41,6 +42,10 @@ elseif(KESTREL_SANITIZE STREQUAL "thread")
     add_compile_options(-fsanitize=thread -fno-omit-frame-pointer)
     add_compile_definitions(BOOST_ASIO_DISABLE_FENCED_BLOCK)
     add_link_options(-fsanitize=thread)
+endif()
+
+if(KESTREL_BUILD_FUZZERS)
+    add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
 # What every target of ours has in common: the repository is the include root.
