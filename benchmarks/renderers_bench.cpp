@@ -22,7 +22,7 @@ public:
     }
 
 private:
-    support::Mutex done;
+    support::Mutex done;  // guards no field: held until the measuring ends
     std::thread other{[this] { const support::MutexLock lock(done); }};
 };
 
@@ -52,7 +52,7 @@ BENCHMARK(PullOfAHeldPicture);
 
 void MutexPair(benchmark::State& state) {
     const SecondThread second;
-    support::Mutex mutex;
+    support::Mutex mutex;  // guards no field: its cost is the measure
     for (auto _ : state) {
         mutex.Lock();
         benchmark::DoNotOptimize(mutex);

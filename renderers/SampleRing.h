@@ -42,5 +42,5 @@ private:
     };
 
     support::Mutex mutex;
-    const std::unique_ptr<Bytes> data;  // the bytes are guarded by the mutex
+    const std::unique_ptr<Bytes> data PT_GUARDED_BY(mutex);
 };

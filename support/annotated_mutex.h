@@ -12,6 +12,7 @@
 #endif
 
 #define GUARDED_BY(x) KESTREL_THREAD_ANNOTATION(guarded_by(x))
+#define PT_GUARDED_BY(x) KESTREL_THREAD_ANNOTATION(pt_guarded_by(x))
 #define REQUIRES(...) KESTREL_THREAD_ANNOTATION(requires_capability(__VA_ARGS__))
 #define EXCLUDES(...) KESTREL_THREAD_ANNOTATION(locks_excluded(__VA_ARGS__))
 #define ACQUIRED_AFTER(...) KESTREL_THREAD_ANNOTATION(acquired_after(__VA_ARGS__))

@@ -15,7 +15,7 @@ public:
     Crossing& operator=(const Crossing&) = delete;
 
 private:
-    static inline support::Mutex mutex;
+    static inline support::Mutex mutex;  // guards no field
     static void Pass() { const support::MutexLock lock(mutex); }
 };
 

@@ -47,7 +47,7 @@ private:
     GstClockTime baseTime = 0;
     // Taken on both sides of the encoders: GStreamer orders the two sides too, but in a way that no checker
     // of threads sees.
-    support::Mutex handOver;
+    support::Mutex handOver;  // guards no field
 };
 
 }  // namespace petrel

@@ -2,6 +2,7 @@
 
 #include "host/core/xIUnknown.h"
 
+// All operations [any-thread].
 class nxAudioControlsXI : public xIUnknown {
 public:
     virtual bool IsAudioMuted() = 0;

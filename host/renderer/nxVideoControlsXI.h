@@ -2,6 +2,7 @@
 
 #include "host/core/xIUnknown.h"
 
+// All operations [any-thread].
 class nxVideoControlsXI : public xIUnknown {
 public:
     virtual bool IsVideoMuted() = 0;

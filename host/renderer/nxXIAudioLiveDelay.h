@@ -4,7 +4,7 @@
 
 #include "host/core/xIUnknown.h"
 
-// Values that the host stores with a sound source and reads back.
+// Values that the host stores with a sound source and reads back. All operations [any-thread].
 class nxXIAudioLiveDelay : public xIUnknown {
 public:
     virtual void SetLiveDelay(double delay) = 0;

@@ -47,7 +47,7 @@ TEST_P(WebSocketSilence, HandlersNeverRunInsideACall) {
         for (auto frame = peer.ReadMessage(); frame && frame->opcode == kText; frame = peer.ReadMessage())
             peer.SendFrame(*frame);
     });
-    support::Mutex mutex;  // a handler inside a call would wait for it for ever
+    support::Mutex mutex;  // guards no field: a handler inside a call would wait for it for ever
     const Box<std::thread::id> thread;
     socket->onOpen = [&, log = log](const auto&) {
         const support::MutexLock lock(mutex);

@@ -62,7 +62,7 @@ std::string AudioBranch(const TestPhone::Options& options, int payload) {
 
 // Makes what one thread wrote visible to GStreamer's threads in a way that the thread checker sees.
 void Cross() {
-    static support::Mutex mutex;
+    static support::Mutex mutex;  // guards no field
     const support::MutexLock lock(mutex);
 }
 

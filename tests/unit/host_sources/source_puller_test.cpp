@@ -17,35 +17,45 @@ namespace {
 
 class Recorder final : public PullConsumer {
 public:
+    struct Pulls {
+        std::vector<std::int64_t> pictureTimes;
+        std::vector<std::int64_t> soundTimes;
+        int pictures = 0;
+        int newPictures = 0;
+    };
+
     void OnPicture(const PulledPicture& picture) override {
         const support::MutexLock lock(mutex);
-        pictureTimes.push_back(picture.presentationTimeUs);
-        if (picture.isPicture) ++pictures;
-        if (picture.isNew) ++newPictures;
+        seen.pictureTimes.push_back(picture.presentationTimeUs);
+        if (picture.isPicture) ++seen.pictures;
+        if (picture.isNew) ++seen.newPictures;
         changed.NotifyAll();
     }
     void OnSound(const PulledSound& sound) override {
         EXPECT_EQ(sound.buffer->DataSize(), 6400U);
         const support::MutexLock lock(mutex);
-        soundTimes.push_back(sound.presentationTimeUs);
+        seen.soundTimes.push_back(sound.presentationTimeUs);
         changed.NotifyAll();
     }
 
     bool WaitForSounds(std::size_t count) {
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
         const support::MutexLock lock(mutex);
-        while (soundTimes.size() < count) {
+        while (seen.soundTimes.size() < count) {
             if (!changed.WaitUntil(mutex, deadline)) return false;
         }
         return true;
     }
 
-    support::Mutex mutex;
+    Pulls Seen() const {
+        const support::MutexLock lock(mutex);
+        return seen;
+    }
+
+private:
+    mutable support::Mutex mutex;
     support::Condition changed;
-    std::vector<std::int64_t> pictureTimes;
-    std::vector<std::int64_t> soundTimes;
-    int pictures = 0;
-    int newPictures = 0;
+    Pulls seen GUARDED_BY(mutex);
 };
 
 class SourcePullerTest : public testing::Test {
@@ -67,8 +77,8 @@ TEST_F(SourcePullerTest, TellsNewPicturesFromRepeatedOnes) {
     puller.Add(source, recorder);
     for (const std::int64_t timeUs : {0, 10'000, 20'000, 40'000, 50'000, 70'000})
         puller.PullPictures(timeUs);
-    EXPECT_EQ(recorder->pictures, 6);
-    EXPECT_EQ(recorder->newPictures, 3);
+    EXPECT_EQ(recorder->Seen().pictures, 6);
+    EXPECT_EQ(recorder->Seen().newPictures, 3);
     EXPECT_GT(source->LastPictureAtUs(), 0);
 }
 
@@ -79,9 +89,9 @@ TEST_F(SourcePullerTest, APlainColourIsNoPicture) {
     puller.Add(source, recorder);
     puller.PullPictures(0);
     puller.PullPictures(40'000);
-    EXPECT_EQ(recorder->pictureTimes.size(), 2U);
-    EXPECT_EQ(recorder->pictures, 0);
-    EXPECT_EQ(recorder->newPictures, 0);
+    EXPECT_EQ(recorder->Seen().pictureTimes.size(), 2U);
+    EXPECT_EQ(recorder->Seen().pictures, 0);
+    EXPECT_EQ(recorder->Seen().newPictures, 0);
     EXPECT_EQ(source->LastPictureAtUs(), 0);
 }
 
@@ -92,7 +102,7 @@ TEST_F(SourcePullerTest, ANewPictureNeverComesInTheMemoryOfTheLast) {
     puller.Add(source, recorder);
     for (int k = 0; k < 300; ++k)
         puller.PullPictures(k * 40'000);
-    EXPECT_EQ(recorder->newPictures, 300) << "each pull had another frame";
+    EXPECT_EQ(recorder->Seen().newPictures, 300) << "each pull had another frame";
 }
 
 TEST_F(SourcePullerTest, PullsNothingWhileASourceHasNoRenderers) {
@@ -102,8 +112,8 @@ TEST_F(SourcePullerTest, PullsNothingWhileASourceHasNoRenderers) {
     puller.Add(source, recorder);
     puller.PullPictures(0);
     puller.PullSound(0);
-    EXPECT_TRUE(recorder->pictureTimes.empty());
-    EXPECT_TRUE(recorder->soundTimes.empty());
+    EXPECT_TRUE(recorder->Seen().pictureTimes.empty());
+    EXPECT_TRUE(recorder->Seen().soundTimes.empty());
 }
 
 TEST_F(SourcePullerTest, SwappedRenderersArePulledFromTheNextTurnOn) {
@@ -114,7 +124,7 @@ TEST_F(SourcePullerTest, SwappedRenderersArePulledFromTheNextTurnOn) {
     puller.PullPictures(0);
     source->SetRenderers(fakes::MakePatternRenderer("pattern", kMediaTypeVideo, group.Get()), nullptr);
     puller.PullPictures(40'000);
-    EXPECT_EQ(recorder->newPictures, 1);
+    EXPECT_EQ(recorder->Seen().newPictures, 1);
 }
 
 TEST_F(SourcePullerTest, ARemovedSourceIsNotPulledAnyMore) {
@@ -129,9 +139,9 @@ TEST_F(SourcePullerTest, ARemovedSourceIsNotPulledAnyMore) {
     puller.Remove(*removed);
     puller.PullPictures(40'000);
     puller.PullSound(40'000);
-    EXPECT_EQ(keptRecorder->pictureTimes.size(), 2U);
-    EXPECT_EQ(removedRecorder->pictureTimes.size(), 1U);
-    EXPECT_TRUE(removedRecorder->soundTimes.empty());
+    EXPECT_EQ(keptRecorder->Seen().pictureTimes.size(), 2U);
+    EXPECT_EQ(removedRecorder->Seen().pictureTimes.size(), 1U);
+    EXPECT_TRUE(removedRecorder->Seen().soundTimes.empty());
 }
 
 TEST_F(SourcePullerTest, EachPullerHasAKeyOfItsOwn) {
@@ -150,14 +160,15 @@ TEST_F(SourcePullerTest, RunsBothGridsOnOneTimeline) {
     ASSERT_TRUE(recorder->WaitForSounds(30));
     puller.Stop();
 
-    const std::int64_t originUs = recorder->soundTimes.front();
-    EXPECT_EQ(recorder->pictureTimes.front(), originUs);
-    for (std::size_t k = 0; k < recorder->soundTimes.size(); ++k) {
-        const std::int64_t block = (recorder->soundTimes[k] - originUs + 10) * 3 / 100'000;
-        EXPECT_EQ(recorder->soundTimes[k], SoundPullTimeUs(originUs, block)) << "exactly on the grid";
+    const Recorder::Pulls pulls = recorder->Seen();
+    const std::int64_t originUs = pulls.soundTimes.front();
+    EXPECT_EQ(pulls.pictureTimes.front(), originUs);
+    for (std::size_t k = 0; k < pulls.soundTimes.size(); ++k) {
+        const std::int64_t block = (pulls.soundTimes[k] - originUs + 10) * 3 / 100'000;
+        EXPECT_EQ(pulls.soundTimes[k], SoundPullTimeUs(originUs, block)) << "exactly on the grid";
     }
-    const std::set<std::int64_t> unique(recorder->soundTimes.begin(), recorder->soundTimes.end());
-    EXPECT_EQ(unique.size(), recorder->soundTimes.size()) << "no block twice";
+    const std::set<std::int64_t> unique(pulls.soundTimes.begin(), pulls.soundTimes.end());
+    EXPECT_EQ(unique.size(), pulls.soundTimes.size()) << "no block twice";
 }
 
 TEST_F(SourcePullerTest, StopsAtOnceAndCallsNobodyAfterwards) {
@@ -170,9 +181,9 @@ TEST_F(SourcePullerTest, StopsAtOnceAndCallsNobodyAfterwards) {
     const auto before = std::chrono::steady_clock::now();
     puller.Stop();
     EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(10));
-    const std::size_t sounds = recorder->soundTimes.size();
+    const std::size_t sounds = recorder->Seen().soundTimes.size();
     puller.Stop();
-    EXPECT_EQ(recorder->soundTimes.size(), sounds);
+    EXPECT_EQ(recorder->Seen().soundTimes.size(), sounds);
 }
 
 }  // namespace

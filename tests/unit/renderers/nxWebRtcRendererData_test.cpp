@@ -1,11 +1,10 @@
 #include "renderers/nxWebRtcRendererData.h"
 
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
 #include <nlohmann/json.hpp>
 #include <thread>
 
+#include "support/annotated_mutex.h"
 #include "tests/unit/renderers/RendererTest.h"
 
 namespace {
@@ -270,22 +269,25 @@ TEST_F(RendererData, MayEndDuringASoundPullWhileSoundIsDelivered) {
     data->videoReceived = true;
     group.beforeSoundData = [this] { data.reset(); };  // in the middle of the pull, which holds its lock
 
-    std::mutex mutex;
-    std::condition_variable changed;
+    support::Mutex mutex;  // guards the two below
     bool delivered = false;
     bool inTime = false;
+    support::Condition changed;
     std::thread delivering;
     // As a library would that waits in RemoveSink for the end of a running delivery.
     audioSide.sinks.BeforeRemove([&] {
         delivering = std::thread([&] {
             const std::int16_t samples[960] = {};
             audio->OnAudioData({samples, 16, 48000, 2, 480});
-            const std::lock_guard<std::mutex> lock(mutex);
+            const support::MutexLock lock(mutex);
             delivered = true;
-            changed.notify_all();
+            changed.NotifyAll();
         });
-        std::unique_lock<std::mutex> lock(mutex);
-        inTime = changed.wait_for(lock, 5s, [&] { return delivered; });
+        const auto deadline = std::chrono::steady_clock::now() + 5s;
+        const support::MutexLock lock(mutex);
+        while (!delivered && changed.WaitUntil(mutex, deadline)) {
+        }
+        inTime = delivered;
     });
     Pull(*audio, 0);
     ASSERT_TRUE(delivering.joinable());
