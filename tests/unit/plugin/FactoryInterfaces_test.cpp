@@ -1,4 +1,8 @@
+#include "host/renderer/nxHostNotification.h"
 #include "host/renderer/nxSourceTypeInfo.h"
+#include "host/ui/eDynamicGlass.h"
+#include "host/ui/ePurse.h"
+#include "host/ui/eView.h"
 #include "session/nxWebRtcSession.h"
 #include "tests/unit/plugin/FactoryTest.h"
 
@@ -113,6 +117,61 @@ TEST_F(FactoryLife, LeavesNoJobBehind) {
     EndFactory();
     time.AdvanceBy(60 * kSecondUs);
     EXPECT_EQ(fakes::FakeWebSocket::MadeCount(), 1U);
+}
+
+// Where the plug-in looks for its panel's layout.
+class RecordedResources final : public ePurse, public eResources {
+public:
+    eResources* Resources() override { return this; }
+    zStatus ReadPluginXMLFile(zRecord& record, const char* fileName, const char* resourceFolder,
+                              const char* bundleIdentifier) override {
+        asked = {fileName, resourceFolder, bundleIdentifier};
+        if (withLayout) record.AddChild().SetElementName("view");
+        return status;
+    }
+
+    std::vector<std::string> asked;
+    bool withLayout = true;
+    zStatus status = kStatusOk;
+};
+
+class IgnoredNotification final : public nxHostNotification {
+public:
+    void Notify(std::uint32_t) override {}
+};
+
+class FactoryPanelLayout : public tests::FactoryTest {
+protected:
+    // How many views the panel got.
+    std::size_t Build() {
+        eView parent{zRecord()};
+        zRecord settings;
+        IgnoredNotification notification;
+        eDynamicGlass* made = nullptr;
+        EXPECT_EQ(factory->CreateSourceGUI(&resources, &parent, settings, &notification, "source", &made),
+                  kStatusOk);
+        const std::unique_ptr<eDynamicGlass> panel(made);
+        EXPECT_NE(panel, nullptr);
+        return parent.Children().size();
+    }
+
+    RecordedResources resources;
+};
+
+TEST_F(FactoryPanelLayout, IsReadByTheNamesOfThePlugin) {
+    EXPECT_EQ(Build(), 1U);
+    EXPECT_THAT(resources.asked, testing::ElementsAre("kestrel_gui.xml", "Sources\\Kestrel",
+                                                      "net.brindle.halyard.Kestrel-plugin"));
+}
+
+TEST_F(FactoryPanelLayout, WithoutAFirstElementLeavesAPanelWithoutViews) {
+    resources.withLayout = false;
+    EXPECT_EQ(Build(), 0U);
+}
+
+TEST_F(FactoryPanelLayout, IsNotTakenFromAReadingThatFailed) {
+    resources.status = kStatusFailed;
+    EXPECT_EQ(Build(), 0U);
 }
 
 class FactoryAnswers : public tests::FactoryTest {};
