@@ -69,7 +69,7 @@ function(kestrel_beast_sources)
     endif()
 endfunction()
 
-# A test program: kestrel_test(NAME LABEL unit|contract|e2e SOURCES ... LIBRARIES ... [TIMEOUT seconds]).
+# A test program: kestrel_test(NAME LABEL unit|contract|e2e|stress SOURCES ... LIBRARIES ... [TIMEOUT seconds]).
 # Each of its cases becomes a test of ctest under its own name.
 function(kestrel_test name)
     cmake_parse_arguments(PARSE_ARGV 1 TEST "" "LABEL;TIMEOUT" "SOURCES;LIBRARIES")

@@ -23,6 +23,13 @@ int FakePeerConnection::CountOfCalls(const std::string& name) const {
     return static_cast<int>(std::count(calls.begin(), calls.end(), name));
 }
 
+std::vector<std::string> FakePeerConnection::TakeCalls() {
+    const support::MutexLock lock(mutex);
+    std::vector<std::string> fresh(calls.begin() + static_cast<std::ptrdiff_t>(taken), calls.end());
+    taken = calls.size();
+    return fresh;
+}
+
 std::vector<FakeDescription> FakePeerConnection::RemoteDescriptions() const {
     const support::MutexLock lock(mutex);
     return remoteDescriptions;

@@ -56,6 +56,8 @@ public:
     // behind a blank: "CreateVideoTrack VideoTrack". CreateLocalMediaStream names the tracks that it got.
     std::vector<std::string> Calls() const;
     int CountOfCalls(const std::string& name) const;
+    // The operations called since the last call.
+    std::vector<std::string> TakeCalls();
     std::vector<FakeDescription> RemoteDescriptions() const;
     std::vector<FakeCandidate> Candidates() const;
 
@@ -91,6 +93,7 @@ private:
     mutable support::Mutex mutex;
     bool referenced GUARDED_BY(mutex) = true;
     std::vector<std::string> calls GUARDED_BY(mutex);
+    std::size_t taken GUARDED_BY(mutex) = 0;
     std::vector<FakeDescription> remoteDescriptions GUARDED_BY(mutex);
     std::vector<FakeCandidate> candidates GUARDED_BY(mutex);
     vo_webrtc::voPointer<Observer> observer GUARDED_BY(mutex);

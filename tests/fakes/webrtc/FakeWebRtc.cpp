@@ -21,6 +21,7 @@ struct Records {
     int videoTrackSourcesMade = 0;
     int framesConverted = 0;
     std::function<void()> beforeConversion;
+    std::function<void(std::shared_ptr<FakePeerConnection>)> whenPeerConnectionMade;
     bool refuseFactories = false;
     bool refusePeerConnections = false;
     std::vector<FakeWebRtc::LogSetting> logSettings;
@@ -65,6 +66,10 @@ std::vector<std::shared_ptr<FakePeerConnection>> FakeWebRtc::PeerConnections() {
 std::shared_ptr<FakePeerConnection> FakeWebRtc::LatestPeerConnection() {
     const auto made = PeerConnections();
     return made.empty() ? nullptr : made.back();
+}
+
+void FakeWebRtc::WhenPeerConnectionMade(std::function<void(std::shared_ptr<FakePeerConnection>)> function) {
+    WithRecords([&function](Records& records) { std::swap(records.whenPeerConnectionMade, function); });
 }
 
 int FakeWebRtc::FactoriesMade() {
@@ -143,7 +148,12 @@ voPointer<voPeerConnectionInterface> voPeerConnectionFactoryInterface::CreatePee
         if (!records.refusePeerConnections) records.peerConnections.push_back(record);
         return records.refusePeerConnections;
     });
-    return refused ? nullptr : fakes::WrapPeerConnection(std::move(record));
+    if (refused) return nullptr;
+    const auto made =
+        fakes::WithRecords([](fakes::Records& records) { return records.whenPeerConnectionMade; });
+    voPointer<voPeerConnectionInterface> wrapped = fakes::WrapPeerConnection(record);
+    if (made) made(std::move(record));
+    return wrapped;
 }
 
 void voDebug::SetLogging(voPointer<Logging> sink, LogLevel level) {

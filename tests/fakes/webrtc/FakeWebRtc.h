@@ -33,6 +33,9 @@ public:
     static std::vector<std::shared_ptr<FakePeerConnection>> PeerConnections();
     static std::shared_ptr<FakePeerConnection> LatestPeerConnection();  // null when none was made
 
+    // Told of each peer connection that is made, on the thread that makes it.
+    static void WhenPeerConnectionMade(std::function<void(std::shared_ptr<FakePeerConnection>)> function);
+
     static int FactoriesMade();
     static int AudioDevicesMade();
     static int VideoTrackSourcesMade();
