@@ -113,7 +113,12 @@ std::shared_ptr<cWebSocket> nxWebRtcConnection::GetSocket() const {
 
 void nxWebRtcConnection::SetPeersIdentifier(std::string identifier) {
     const std::shared_ptr<nxWebRtcRendererData> data = ExistingRendererData();
-    if (data) data->SetPeerIdentifier(identifier);
+    if (data) {
+        const std::string previous = GetPeersIdentifier();
+        data->SetPeerIdentifier(identifier);
+        // Another phone than the one before has been told nothing yet.
+        if (!previous.empty() && previous != identifier) data->lastTally = false;
+    }
     const support::MutexLock lock(mutex);
     peersIdentifier = std::move(identifier);
 }

@@ -193,6 +193,18 @@ TEST_F(Connection, PeerThatJoinsLaterIsNamedInTheTally) {
     EXPECT_THAT(socket->Sent(), ElementsAre(testing::HasSubstr(R"("tallyPeerIdentifier":"phone-9")")));
 }
 
+TEST_F(Connection, OtherPhoneThatTakesItsPlaceIsToldTheTallyAnew) {
+    const auto connection = Make();
+    connection->GetRendererData();
+    connection->SetOnAir(true);
+    connection->SetPeersIdentifier("phone-1");
+    connection->SendTallyIfChanged();
+    EXPECT_EQ(socket->TakeSent().size(), 1U) << "the same phone has been told";
+    connection->SetPeersIdentifier("phone-2");
+    connection->SendTallyIfChanged();
+    EXPECT_THAT(socket->TakeSent(), ElementsAre(testing::HasSubstr(R"("tallyPeerIdentifier":"phone-2")")));
+}
+
 TEST_F(Connection, NewSocketIsAlsoTheTallysAndTheOldOneGoes) {
     const auto connection = Make();
     connection->GetRendererData();
