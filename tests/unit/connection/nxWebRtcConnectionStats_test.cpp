@@ -1,4 +1,6 @@
+#include <cstddef>
 #include <functional>
+#include <type_traits>
 
 #include "connection/nxWebRtcConnectionStatsObserver.h"
 #include "tests/unit/connection/ConnectionTest.h"
@@ -78,6 +80,26 @@ TEST_F(ConnectionStats, EmptyCallbackRaises) {
     const vo_webrtc::voPointer<nxWebRtcConnection::StatsObserver> observer(
         new nxWebRtcConnection::StatsObserver({}));
     EXPECT_THROW(observer->OnStatsDelivered({}), std::bad_function_call);
+}
+
+TEST_F(ConnectionStats, RequestOfAnEarlierPeerConnectionIsAnsweredOnceToo) {
+    const auto connection = MakeStarted();
+    connection->GetStats(Receive());
+    connection->Start(nullptr, 0);
+    EXPECT_EQ(received.size(), 1U);
+    EXPECT_FALSE(Peer()->DeliverStats({}));
+}
+
+TEST_F(ConnectionStats, RecordHasItsFieldsInOrder) {
+    EXPECT_TRUE(std::is_trivially_copyable_v<nxWebRtcStats>);
+    EXPECT_EQ(offsetof(nxWebRtcStats, stateCode1), 0U);
+    EXPECT_EQ(offsetof(nxWebRtcStats, stateCode2), 4U);
+    EXPECT_EQ(offsetof(nxWebRtcStats, timestampUs), 8U);
+    EXPECT_EQ(offsetof(nxWebRtcStats, counter1), 16U);
+    EXPECT_EQ(offsetof(nxWebRtcStats, bytesReceived), 24U);
+    EXPECT_EQ(offsetof(nxWebRtcStats, counter3), 32U);
+    EXPECT_EQ(offsetof(nxWebRtcStats, counter4), 40U);
+    EXPECT_EQ(sizeof(nxWebRtcStats), 48U);
 }
 
 }  // namespace
