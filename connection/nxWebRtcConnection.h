@@ -59,6 +59,9 @@ public:
     void SetSocket(std::shared_ptr<cWebSocket> newSocket);
     // Takes the renderer data's sender away, as long as there is no socket to send through.
     void ClearTallySender();
+    // Between the two nobody hears what is sent, so a tally of that time does not count as told.
+    void SocketEnded();
+    void SocketOpened();
     bool HasPeerConnection() const;
 
     // [main-thread] Made on first use.
@@ -91,6 +94,7 @@ private:
     vo_webrtc::voPointer<vo_webrtc::voMediaStreamInterface> remoteStream GUARDED_BY(mutex);
     std::shared_ptr<cWebSocket> socket GUARDED_BY(mutex);
     bool hasTallySender GUARDED_BY(mutex) = true;  // renderer data made now gets the socket as its sender
+    bool tallyHeard = false;                       // [main-thread] as last sent before the socket ended
     const std::string name;
     std::string sessionGuid GUARDED_BY(mutex);
     std::string peersIdentifier GUARDED_BY(mutex);

@@ -108,6 +108,16 @@ void nxWebRtcConnection::SetOnAir(bool onAir) {
     data->SendTallyIfChanged();
 }
 
+void nxWebRtcConnection::SocketEnded() {
+    if (const std::shared_ptr<nxWebRtcRendererData> data = ExistingRendererData())
+        tallyHeard = data->lastTally;
+}
+
+void nxWebRtcConnection::SocketOpened() {
+    if (const std::shared_ptr<nxWebRtcRendererData> data = ExistingRendererData())
+        data->lastTally = tallyHeard;
+}
+
 void nxWebRtcConnection::SendTallyIfChanged() {
     if (const std::shared_ptr<nxWebRtcRendererData> data = ExistingRendererData()) data->SendTallyIfChanged();
 }

@@ -59,6 +59,7 @@ void nxWebRtcSession::Stop() {
     // The connections of a direct session keep the socket, so releasing it would not close it.
     if (taken) taken->close();
     taken.reset();
+    NoteSocketEnded();
 
     std::vector<std::string> identifiers;
     for (const auto& connection : Connections()) {

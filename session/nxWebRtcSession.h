@@ -99,6 +99,7 @@ private:
     void HandConnectionsTheSocket() REQUIRES(mutex);
     void ScheduleKeepAlive(std::weak_ptr<cWebSocket> weakSocket);
     void ScheduleReconnect(std::int32_t attempt);
+    void NoteSocketEnded();
     void GiveUp();
 
     void OnPeerJoined(const std::string& peerIdentifier, const std::string& guid,
@@ -134,6 +135,7 @@ private:
     std::optional<std::int32_t> reconnectAttempt;  // the last one scheduled since the last open
     bool rejoinPending = false;                    // kept for rejoining a previous session; nothing sets it
     bool reconnecting = false;
+    bool socketOpen = false;           // `started` outlasts an error of the socket
     bool reconnectSuppressed = false;  // the far end refused the join
 
     // Made at most once per session, also when the factory is made again.

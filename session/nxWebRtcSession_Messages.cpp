@@ -33,6 +33,9 @@ void nxWebRtcSession::OnSocketOpened() {
         reconnectSuppressed = false;
         if (!socket) return;
         started = true;
+        socketOpen = true;
+        for (const auto& connection : connections)
+            connection->SocketOpened();
         TraceNote("[rendezvous] socket opened successfully\n");
         const nlohmann::json join = {{"action", "joinMaster"},
                                      {"ownerKey", ownerKey},

@@ -1,6 +1,8 @@
 // What the session does when its socket fails or closes.
 #include <string>
+#include <utility>
 
+#include "connection/nxWebRtcConnection.h"
 #include "connection/trace_note.h"
 #include "host/core/zThread.h"
 #include "host/core/zUserLogHistory.h"
@@ -17,6 +19,7 @@ void nxWebRtcSession::OnSocketError(cWebSocket::Error error) {
         return;
     }
     if (const std::shared_ptr<cWebSocket> failed = Socket()) failed->close();
+    NoteSocketEnded();
 
     if (rejoinPending) {
         rejoinPending = false;
@@ -39,6 +42,12 @@ void nxWebRtcSession::OnSocketError(cWebSocket::Error error) {
         return;
     }
     GiveUp();
+}
+
+void nxWebRtcSession::NoteSocketEnded() {
+    if (!std::exchange(socketOpen, false)) return;
+    for (const auto& connection : Connections())
+        connection->SocketEnded();
 }
 
 // The session is not stopped and the attempt stays the last one, so the next error ends here again.

@@ -170,21 +170,56 @@ TEST_P(FactoryTallyWay, GoesOnOverASocketThatWasReopenedAfterAnError) {
     EXPECT_THAT(socket->TakeSent(), ElementsAre(Lit()));
 }
 
-// A phone whose socket is being opened does not get what is sent meanwhile, nor is it sent again: the host
-// tells a phone its state anew with the first picture after a stall.
-TEST_P(FactoryTallyWay, ThatChangesWhileTheSocketConnectsIsTheNetworksAffair) {
+// What goes into a socket that is not open reaches nobody, so it does not count as told.
+TEST_P(FactoryTallyWay, ThatChangesWhileTheSocketConnectsIsSentWithTheJoin) {
     const auto socket = JoinedWithRenderers("source");
     Close(socket);
     time.AdvanceBy(6 * kSecondUs);
     Tell(1);
+    Open(Socket());
+    Socket()->TakeSent();
+    Join(Socket(), "phone", "source");
     EXPECT_THAT(Socket()->TakeSent(), ElementsAre(Lit()));
+    Join(Socket(), "phone", "source");
+    EXPECT_THAT(Socket()->TakeSent(), IsEmpty());
+}
+
+TEST_P(FactoryTallyWay, ThatChangesDuringSeveralVainAttemptsIsSentWithTheJoin) {
+    const auto socket = JoinedWithRenderers("source");
+    Tell(1);
+    Close(socket);
+    for (int sweep = 0; sweep < 4; ++sweep) {
+        time.AdvanceBy(6 * kSecondUs);
+        Tell(sweep % 2 == 0 ? 5 : 1);
+        Socket()->Fail(cWebSocket::Error::ConnectFailed);
+        time.RunDue();
+    }
+    Tell(5);
+    EXPECT_THAT(SentWhenRegained(), ElementsAre(Dark()));
+}
+
+TEST_P(FactoryTallyWay, ThatChangesThereAndBackWhileTheSocketConnectsSendsNothingWithTheJoin) {
+    const auto socket = JoinedWithRenderers("source");
+    Tell(1);
+    Close(socket);
+    time.AdvanceBy(6 * kSecondUs);
+    Tell(5);
+    Tell(1);
     Open(Socket());
     Socket()->TakeSent();
     Join(Socket(), "phone", "source");
     EXPECT_THAT(Socket()->TakeSent(), IsEmpty());
-    Tell(5);
+}
+
+TEST_P(FactoryTallyWay, ThatChangesAfterAnErrorIsSentWhenTheSocketIsOpenAgain) {
+    const auto socket = JoinedWithRenderers("source");
+    socket->Fail(cWebSocket::Error::Lost);
+    time.RunDue();
     Tell(1);
-    EXPECT_THAT(Socket()->TakeSent(), ElementsAre(Dark(), Lit()));
+    Open(socket);
+    socket->TakeSent();
+    Join(socket, "phone", "source");
+    EXPECT_THAT(socket->TakeSent(), ElementsAre(Lit()));
 }
 
 TEST_P(FactoryTallyWay, IsToldAnewToAnotherPhone) {

@@ -1,4 +1,6 @@
 #include "connection/nxWebRtcConnection.h"
+#include "host_runtime/core/TraceOutput.h"
+#include "host_runtime/core/UserLog.h"
 #include "session/reconnect_delay.h"
 #include "tests/unit/session/SessionTest.h"
 
@@ -203,7 +205,128 @@ TEST_F(SessionReconnect, IsNotGivenUpOnceStopped) {
     EXPECT_FALSE(session->HasGivenUp());
 }
 
+// A session that stops keeps its count and its being in a series: only an open ends the series.
+TEST_F(SessionReconnect, GoesOnCountingOverAStop) {
+    StartAndOpen();
+    for (int error = 0; error < 3; ++error)
+        Fail();
+    session->Stop();
+    Start();
+    Fail();  // the fourth: attempt 3
+    time.AdvanceBy(3'000'002);
+    EXPECT_EQ(Openings(), 1U);
+    time.AdvanceBy(1);
+    EXPECT_EQ(Openings(), 2U);
+    EXPECT_THAT(UserLogLines(), ElementsAre(kBeginLog));
+    BecomeOpen();
+    EXPECT_THAT(UserLogLines(), ElementsAre(kBeginLog, kSuccessLog));
+}
+
+TEST_F(SessionReconnect, GivesUpAtOnceInASessionThatHadGivenUpBeforeItStopped) {
+    StartAndOpen();
+    FailUntilGivenUp();
+    session->Stop();
+    Start();
+    Fail();
+    time.AdvanceBy(60 * kSecondUs);
+    EXPECT_EQ(Openings(), 1U);
+    EXPECT_EQ(CountOfTrace(kGiveUpTrace), 2);
+    EXPECT_EQ(CountOfTrace(kBeginTrace), 1);
+}
+
+TEST_F(SessionReconnect, KeepsItsCountAtAPermanentError) {
+    StartAndOpen();
+    Fail();
+    Fail(Error::Permanent);
+    Start();
+    Fail();  // the second that counts: attempt 1
+    EXPECT_EQ(Openings(), 1U);
+    time.AdvanceBy(1'000'001);
+    EXPECT_EQ(Openings(), 2U);
+}
+
+TEST_F(SessionReconnect, DoesEverythingInItsOrder) {
+    StartAndOpen();
+    std::vector<std::string> events;
+    host_runtime::SetTraceSink([&](zFourCC, const std::string& text) {
+        events.push_back("trace " + text.substr(0, text.size() - 1));
+    });
+    host_runtime::SetUserLogListener(
+        [&](const host_runtime::UserLogEntry& entry) { events.push_back("log " + entry.text); });
+    session->onReconnecting = [&](bool began) {
+        events.push_back("reconnecting " + std::to_string(began) + " closed " +
+                         std::to_string(Socket()->CloseCount()));
+    };
+    session->onSessionLost = [&](bool previous) {
+        events.push_back("lost " + std::to_string(previous) + " given up " +
+                         std::to_string(session->HasGivenUp()));
+    };
+    Fail(Error::Protocol);
+    BecomeOpen();
+    FailUntilGivenUp();
+    host_runtime::SetTraceSink({});
+    host_runtime::SetUserLogListener({});
+    std::vector<std::string> expected = {"trace [rendezvous] Websocket Error:4",
+                                         "reconnecting 1 closed 1",
+                                         "trace [rendezvous] - Websocket error - beginning reconnection",
+                                         "log Rendezvous: Connection error - beginning reconnection.",
+                                         "trace [rendezvous] socket opened successfully",
+                                         "log Rendezvous: Reconnection to session succeeded.",
+                                         "reconnecting 0 closed 1",
+                                         "trace [rendezvous] Websocket Error:1",
+                                         "reconnecting 1 closed 2",
+                                         "trace [rendezvous] - Websocket error - beginning reconnection",
+                                         "log Rendezvous: Connection error - beginning reconnection."};
+    expected.insert(expected.end(), 9, "trace [rendezvous] Websocket Error:1");
+    expected.insert(expected.end(),
+                    {"reconnecting 0 closed 11", "lost 0 given up 1",
+                     "trace [rendezvous] - Websocket unable to reconnect - giving up",
+                     "log Rendezvous: Session connection failed. Attempt to reconnect failed."});
+    EXPECT_EQ(events, expected);
+}
+
+TEST_F(SessionReconnect, ReopensAtTheUrlAndTimeoutOfTheLastStart) {
+    session->Start("{}", "ws://127.0.0.7:9001/", 3.5);
+    Fail();
+    ASSERT_EQ(Openings(), 2U);
+    EXPECT_EQ(Socket()->Openings()[1].url, "ws://127.0.0.7:9001/");
+    EXPECT_EQ(Socket()->Openings()[1].connectTimeoutSeconds, 3.5);
+}
+
+// The owner may end the session from within its report.
+TEST_F(SessionReconnect, EndsWithAnOwnerThatStopsItWhenItBegins) {
+    StartAndOpen();
+    session->onReconnecting = [this](bool) { session->Stop(); };
+    const auto socket = Socket();
+    Fail();
+    time.AdvanceBy(60 * kSecondUs);
+    EXPECT_EQ(socket->Openings().size(), 1U);
+    session->onReconnecting = nullptr;
+}
+
 class SessionClosed : public tests::SessionTest {};
+
+TEST_F(SessionClosed, TellsEveryErrorCode) {
+    for (const auto error : {Error::ConnectFailed, Error::Lost, Error::Permanent, Error::Protocol}) {
+        session->ClosedHandler(error, true);
+        EXPECT_EQ(CountOfTrace("nxWebRtcSession::ClosedHandler() - error:" +
+                               std::to_string(static_cast<int>(error)) + " wasClean:true\n"),
+                  1);
+    }
+    session->ClosedHandler(std::nullopt, false);
+    EXPECT_EQ(CountOfTrace("nxWebRtcSession::ClosedHandler() - error:none wasClean:false\n"), 1);
+}
+
+TEST_F(SessionClosed, StopsEvenInTheMiddleOfASeries) {
+    StartAndOpen();
+    Fail();
+    Fail();
+    const auto socket = Socket();
+    Close();
+    time.AdvanceBy(60 * kSecondUs);
+    EXPECT_EQ(socket->Openings().size(), 2U);
+    EXPECT_THAT(UserLogLines(), ElementsAre(kBeginLog));
+}
 
 TEST_F(SessionClosed, StopsAfterACleanClose) {
     StartAndOpen();
