@@ -29,29 +29,36 @@ void TraceUnknownFailure(const char* who) noexcept {
     }
 }
 
-}  // namespace
-
-void Trace(fmt::string_view format, fmt::format_args arguments) noexcept {
+template <class Write>
+void Guard(const char* onError, const char* onAnythingElse, const Write& write) noexcept {
     try {
-        const std::string text = fmt::vformat(format, arguments);
-        zTraceManager::Default()->TraceMessage(kNote, "%s", text.c_str());
+        write();
     } catch (const std::runtime_error& error) {
-        TraceFailure("zTrace", error.what());
+        TraceFailure(onError, error.what());
     } catch (...) {
-        TraceUnknownFailure("zTrace");
+        TraceUnknownFailure(onAnythingElse);
     }
 }
 
+}  // namespace
+
+void Trace(fmt::string_view format, fmt::format_args arguments) noexcept {
+    TraceGuarded([&] {
+        const std::string text = fmt::vformat(format, arguments);
+        zTraceManager::Default()->TraceMessage(kNote, "%s", text.c_str());
+    });
+}
+
+void TraceGuarded(const std::function<void()>& write) noexcept {
+    Guard("zTrace", "zTrace", write);
+}
+
 void Log(int level, fmt::string_view format, fmt::format_args arguments) noexcept {
-    try {
+    Guard("zUserLog Assert", "zUserLog", [&] {
         const std::string text = fmt::vformat(format, arguments);
         zUserLogHistory* const history = zUserLogHistory::Default();
         history->Add(level, zUserLogHistory::Convert(text.c_str()));
-    } catch (const std::runtime_error& error) {
-        TraceFailure("zUserLog Assert", error.what());
-    } catch (...) {
-        TraceUnknownFailure("zUserLog");
-    }
+    });
 }
 
 }  // namespace trace_note_detail

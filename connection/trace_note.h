@@ -3,8 +3,11 @@
 
 #include <fmt/core.h>
 
+#include <functional>
+
 namespace trace_note_detail {
 void Trace(fmt::string_view format, fmt::format_args arguments) noexcept;
+void TraceGuarded(const std::function<void()>& write) noexcept;
 void Log(int level, fmt::string_view format, fmt::format_args arguments) noexcept;
 }  // namespace trace_note_detail
 
@@ -13,6 +16,12 @@ void Log(int level, fmt::string_view format, fmt::format_args arguments) noexcep
 template <class... Arguments>
 void TraceNote(fmt::string_view format, const Arguments&... arguments) noexcept {
     trace_note_detail::Trace(format, fmt::make_format_args(arguments...));
+}
+
+// [any-thread] For a line that follows other rules of formatting: runs `write`, which traces it. Failures as
+// above.
+inline void TraceGuarded(const std::function<void()>& write) noexcept {
+    trace_note_detail::TraceGuarded(write);
 }
 
 // [any-thread] Adds one entry; `level` is a level of zUserLogHistory. Failures end up in the trace as above.

@@ -2,12 +2,16 @@
 
 #include <cstring>
 
+#include "connection/trace_note.h"
 #include "host/core/zTraceManager.h"
 
 void nxWebRtcSession::DebugLog::OnLogLine(const char* line) {
     if (line == nullptr || *line == '\0') return;
     const bool endsLine = line[std::strlen(line) - 1] == '\n';
-    zTraceManager::Default()->TraceMessage(FourCC("note"), endsLine ? "webrtc: %s" : "webrtc: %s\n", line);
+    TraceGuarded([&] {
+        const char* const format = endsLine ? "webrtc: %s" : "webrtc: %s\n";
+        zTraceManager::Default()->TraceMessage(FourCC("note"), format, line);
+    });
 }
 
 void nxWebRtcSession::SetDebugLogging(std::int32_t level) {
