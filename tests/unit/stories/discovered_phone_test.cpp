@@ -32,6 +32,20 @@ protected:
         script.At(21.001006).Reopens(2).At(21.002006).Fails(2);
         script.At(28.002013).Reopens(2).At(28.003013).Fails(2);
     }
+    // Up at 0.07, switched off at 10; the host starts it again after the withdrawal and at 15, 30 and 45.
+    static Script LostAtTen() {
+        Script script = Told();
+        script.At(0).Starts(1).At(0.05).ComesUp(1).At(10).TellsOfTheClose("2", false).Closes(1);
+        script.At(11).Starts(2).Releases(1).At(11.001).Fails(2).BeginsReconnecting().Reopens(2);
+        script.At(11.002).Fails(2).At(12.002001).Reopens(2).At(12.003001).Fails(2);
+        script.At(14.003003).Reopens(2).At(14.004003).Fails(2);
+        script.At(15).Starts(3).Releases(2).At(15.001).Fails(3);
+        script.At(19.001004).Reopens(3).At(19.002004).Fails(3);
+        script.At(24.002009).Reopens(3).At(24.003009).Fails(3);
+        script.At(30).Starts(4).Releases(3).At(30.001).Fails(4);
+        script.At(37.001007).Reopens(4).At(37.002007).Fails(4);
+        return script;
+    }
     static void GivesUpAtEachRevival(Script& script, double until) {
         for (int revival = 2; revival * 15.0 < until; ++revival) {
             script.At(revival * 15.0).Starts(revival + 1).Releases(revival);
@@ -110,16 +124,7 @@ TEST_F(DiscoveredPhone, LostForHalfAMinuteIsBackWithTheRevival) {
     AfterSeconds(30).PictureIsMissing().PhoneSwitchesOn();
     AfterSeconds(kEver).PictureIsThere();
     EXPECT_LE(PictureTook(), kEver);
-    Script script = Told();
-    script.At(0).Starts(1).At(0.05).ComesUp(1).At(10).TellsOfTheClose("2", false).Closes(1);
-    script.At(11).Starts(2).Releases(1).At(11.001).Fails(2).BeginsReconnecting().Reopens(2);
-    script.At(11.002).Fails(2).At(12.002001).Reopens(2).At(12.003001).Fails(2);
-    script.At(14.003003).Reopens(2).At(14.004003).Fails(2);
-    script.At(15).Starts(3).Releases(2).At(15.001).Fails(3);
-    script.At(19.001004).Reopens(3).At(19.002004).Fails(3);
-    script.At(24.002009).Reopens(3).At(24.003009).Fails(3);
-    script.At(30).Starts(4).Releases(3).At(30.001).Fails(4);
-    script.At(37.001007).Reopens(4).At(37.002007).Fails(4);
+    Script script = LostAtTen();
     script.At(45).Starts(5).Releases(4).At(45.05).ComesUpAfterErrors(5);
     ExpectTold(script);
     ExpectNothingMultiplied();
@@ -132,6 +137,13 @@ TEST_F(DiscoveredPhone, LostForTenMinutesIsBackWithTheRevival) {
     AfterSeconds(600).PictureIsMissing().PhoneSwitchesOn();
     AfterSeconds(kEver).PictureIsThere();
     EXPECT_LE(PictureTook(), kEver);
+    Script script = LostAtTen();
+    for (int revival = 3; revival <= 40; ++revival) {
+        script.At(revival * 15.0).Starts(revival + 2).Releases(revival + 1);
+        script.At(revival * 15.0 + 0.001).Fails(revival + 2).GivesUp();
+    }
+    script.At(615).Starts(43).Releases(42).At(615.05).ComesUp(43);
+    ExpectTold(script);
     ExpectNothingMultiplied();
 }
 
@@ -143,7 +155,10 @@ TEST_F(DiscoveredPhone, AtAnotherAddressIsDialledThereAtOnce) {
     Network().AddPhone("10.0.0.31", "phone-1").SwitchOn();
     AfterSeconds(0.5).DiscoveryReportsPhoneAt("10.0.0.31");
     AfterSeconds(kConnect).PictureIsThere();
-    EXPECT_EQ(TimesTold("opens ws://10.0.0.31:9001/ for 2 s"), 1U);
+    Script script = Told();
+    script.At(0).Starts(1).At(0.05).ComesUp(1).At(10).TellsOfTheClose("2", false).Closes(1);
+    script.At(10.5).Starts(2, "10.0.0.31").Releases(1).At(10.55).ComesUp(2);
+    ExpectTold(script);
     ExpectNothingMultiplied();
 }
 
