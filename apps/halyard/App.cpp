@@ -15,6 +15,7 @@
 #include "host_runtime/core/Printable.h"
 #include "host_runtime/core/TraceOutput.h"
 #include "host_runtime/core/UserLog.h"
+#include "host_runtime/discovery/AvahiBrowser.h"
 #include "host_runtime/sources/ReplaceFile.h"
 #include "host_runtime/sources/SteadyClock.h"
 
@@ -131,7 +132,7 @@ bool App::StartSources() {
         return false;
     }
     TakeNotices();
-    if (options.sources.empty()) host->Sources().RestoreAll();
+    if (options.sources.empty() && !options.discovered) host->Sources().RestoreAll();
     for (const std::string& address : options.sources) {
         if (!host->Sources().Add(address)) {
             Complain("The source " + address + " cannot be added: another source already uses that phone.");
@@ -140,11 +141,23 @@ bool App::StartSources() {
     }
     for (const auto& source : host->Sources().Sources())
         Watch(source);
-    if (watched.empty()) {
+    if (options.discovered) {
+        host->Sources().SetChangeListener([this] { RunDiscoveredPhones(); });
+        host->Discover(host_runtime::MakeAvahiBrowser());
+    } else if (watched.empty()) {
         Complain("There are no stored sources; give --source ADDRESS.");
         return false;
     }
     return true;
+}
+
+void App::RunDiscoveredPhones() {
+    host_runtime::SourceList& sources = host->Sources();
+    for (const host_runtime::DiscoveredPhone& phone : sources.Phones()) {
+        // A phone may run already as a source that was given by address.
+        if (sources.Find(phone.peerIdentifier) || sources.FindByAddress(phone.host)) continue;
+        if (const auto source = sources.ActivatePhone(phone.peerIdentifier)) Watch(source);
+    }
 }
 
 void App::Watch(const std::shared_ptr<host_runtime::Source>& source) {
@@ -227,7 +240,8 @@ bool App::WriteReport(double durationSeconds) {
 }
 
 bool App::EverySourceDelivered() const {
-    return std::all_of(watched.begin(), watched.end(), [](const Watched& one) {
+    // Without a source there was nothing to deliver: that happens only when no phone was found.
+    return !watched.empty() && std::all_of(watched.begin(), watched.end(), [](const Watched& one) {
         const SourceMonitor::Counts counts = one.monitor->Now();
         return counts.HasPicture() && counts.HasSound();
     });

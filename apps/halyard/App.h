@@ -36,6 +36,7 @@ private:
     // Each says on standard error what is wrong.
     bool OpenOutputs();
     bool StartSources();
+    void RunDiscoveredPhones();
 
     void Watch(const std::shared_ptr<host_runtime::Source>& source);
     void ScheduleProgress(std::int64_t round);

@@ -53,6 +53,8 @@ void Declare(CLI::App& app, Options& options, RawOptions& raw) {
         ->type_name("ADDRESS")
         ->allow_extra_args(false)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    app.add_flag("--discovered", options.discovered,
+                 "Run every phone that is found in the local network (instead of the stored sources)");
     app.add_option("--plugin", options.plugin, "The plug-in to load (default: found beside this program)")
         ->type_name("FILE");
     app.add_option("--state", options.stateDirectory,

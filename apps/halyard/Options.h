@@ -16,7 +16,8 @@ inline constexpr int kExitMissing = 1;  // a source did not deliver
 inline constexpr int kExitBadUsage = 2;
 
 struct Options {
-    std::vector<std::string> sources;  // addresses; empty: every stored source
+    std::vector<std::string> sources;  // addresses; empty: every stored source, unless discovered
+    bool discovered = false;           // run the phones that are found in the network
     std::filesystem::path plugin;
     std::filesystem::path stateDirectory;
     host_runtime::FrameRate frameRate;

@@ -1,5 +1,7 @@
 #include "host_runtime/sources/Host.h"
 
+#include <utility>
+
 #include "host/media/nxBufferGroup2.h"
 #include "host/renderer/nxRendererFactory2.h"
 #include "host_runtime/core/MainThreadQueue.h"
@@ -34,7 +36,15 @@ std::unique_ptr<Host> Host::Make(const HostOptions& options, std::string& error)
     return host;
 }
 
+void Host::Discover(std::unique_ptr<ServiceBrowser> browserToUse) {
+    directory = std::make_shared<PhoneDirectory>(list);
+    browser = std::move(browserToUse);
+    browser->Start(directory);
+}
+
 Host::~Host() {
+    browser.reset();
+    directory.reset();
     puller.Stop();
     if (list) list->ShutDown();
     panels.clear();

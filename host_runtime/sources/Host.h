@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "host_runtime/discovery/PhoneDirectory.h"
+#include "host_runtime/discovery/ServiceBrowser.h"
 #include "host_runtime/sources/HostPointer.h"
 #include "host_runtime/sources/PullGrid.h"
 #include "host_runtime/sources/SourceList.h"
@@ -40,6 +42,9 @@ public:
     // factory and destroys the main-thread jobs that are still queued.
     ~Host();
 
+    // From here on phones that the browser finds are offered by Sources().Phones(). At most once.
+    void Discover(std::unique_ptr<ServiceBrowser> browserToUse);
+
     SourceList& Sources() { return *list; }
     SourcePuller& Puller() { return puller; }
     SourceStore& Store() { return store; }
@@ -58,6 +63,8 @@ private:
     HostPointer<SourceRegistry> registry;
     std::unique_ptr<SourcePlugin> plugin;
     std::shared_ptr<SourceList> list;
+    std::shared_ptr<PhoneDirectory> directory;
+    std::unique_ptr<ServiceBrowser> browser;
     std::unique_ptr<ePurse> purse;
     std::vector<std::unique_ptr<SourcePanel>> panels;
     SourcePuller puller;

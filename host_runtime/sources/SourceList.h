@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "host/core/zSharedObject.h"
+#include "host_runtime/discovery/DiscoveredPhone.h"
 #include "host_runtime/sources/HostPointer.h"
 #include "host_runtime/sources/Source.h"
 #include "host_runtime/sources/SourcePlugin.h"
@@ -23,16 +24,9 @@ class nxBufferGroup2;
 
 namespace host_runtime {
 
-// What network discovery knows of a phone.
-struct DiscoveredPhone {
-    std::string peerIdentifier;
-    std::string host;  // an IPv4 address or a name
-    std::string port;  // as text; may be empty
-    std::string name;
-};
-
 class SourceList final : public std::enable_shared_from_this<SourceList>,
                          public SourceRegistryListener,
+                         public PhoneListener,
                          private support::Counted<SourceList> {
 public:
     using support::Counted<SourceList>::Alive;
@@ -70,11 +64,12 @@ public:
 
     // --- Discovered phones
     // A phone is there, or is still there. One with an unusable identifier, host or port is ignored.
-    void PhoneDiscovered(const DiscoveredPhone& phone);
+    void PhoneDiscovered(const DiscoveredPhone& phone) override;
     // A phone is no longer seen; its source ends unless it is seen again within the grace time.
-    void PhoneLost(const std::string& peerIdentifier);
+    void PhoneLost(const std::string& peerIdentifier) override;
     std::vector<DiscoveredPhone> Phones() const;
-    // Runs a discovered phone as a source; null when it was not announced.
+    // Runs a discovered phone as a source, with what the store remembers of it; null when it was not
+    // announced.
     SourcePointer ActivatePhone(const std::string& peerIdentifier);
 
     // --- Controls; remembered and applied again whenever the renderers are new

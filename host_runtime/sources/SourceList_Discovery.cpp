@@ -4,6 +4,7 @@
 
 #include "host/core/zThread.h"
 #include "host/core/zTraceManager.h"
+#include "host/core/zUserLogHistory.h"
 #include "host_runtime/core/Printable.h"
 #include "host_runtime/sources/SourceList.h"
 #include "host_runtime/sources/SourceText.h"
@@ -26,6 +27,14 @@ zRecord DiscoveryRecord(const DiscoveredPhone& phone) {
     return record;
 }
 
+std::string NameForOperator(const DiscoveredPhone& phone) {
+    return "The phone " + (phone.name.empty() ? phone.peerIdentifier : '"' + phone.name + '"');
+}
+
+void TellOperator(int level, const std::string& sentence) {
+    zUserLogHistory::Default()->Add(level, zUserLogHistory::Convert(sentence.c_str()));
+}
+
 }  // namespace
 
 void SourceList::PhoneDiscovered(const DiscoveredPhone& reported) {
@@ -37,10 +46,15 @@ void SourceList::PhoneDiscovered(const DiscoveredPhone& reported) {
             Printable(reported.host, LineFeeds::Replace).c_str());
         return;
     }
+    const bool isNew = !phones.contains(reported.peerIdentifier);
     Phone& phone = phones[reported.peerIdentifier];
     phone.reported = reported;
     phone.reported.name = Printable(reported.name, LineFeeds::Replace);
     phone.grace.reset();
+    if (isNew) {
+        TellOperator(zUserLogHistory::kLevelSuccess,
+                     NameForOperator(phone.reported) + " is in the network, at " + phone.reported.host + ".");
+    }
     ReportPhone(phone);
 }
 
@@ -70,6 +84,10 @@ SourceList::SourcePointer SourceList::ActivatePhone(const std::string& peerIdent
     const SourcePointer source = MakeSource(peerIdentifier, true);
     source->Settings() = found->second.settings;
     source->SettingsChanged();
+    if (const StoredSource* stored = store != nullptr ? store->Find(peerIdentifier) : nullptr) {
+        source->audioMuted = stored->audioMuted;
+        source->videoMuted = stored->videoMuted;
+    }
     ActivateUnlessInUse(*source);
     Save(*source);
     Changed();
@@ -125,6 +143,8 @@ void SourceList::PhoneIsGone(const std::string& peerIdentifier) {
     const auto found = phones.find(peerIdentifier);
     if (found == phones.end()) return;
     zRecord record = DiscoveryRecord(found->second.reported);
+    TellOperator(zUserLogHistory::kLevelTrouble,
+                 NameForOperator(found->second.reported) + " is no longer in the network.");
     phones.erase(found);
     if (const SourcePointer source = Find(peerIdentifier)) {
         source->SetRenderers(nullptr, nullptr);

@@ -32,6 +32,7 @@ TEST(Options, HaveDefaults) {
     EXPECT_TRUE(parsed.options->sources.empty());
     EXPECT_EQ(parsed.options->frameRate.numerator, 30 * parsed.options->frameRate.denominator);
     EXPECT_FALSE(parsed.options->durationSeconds);
+    EXPECT_FALSE(parsed.options->discovered);
     EXPECT_FALSE(parsed.options->probe);
     EXPECT_FALSE(parsed.options->quiet);
     EXPECT_TRUE(parsed.options->report.empty());
@@ -40,9 +41,13 @@ TEST(Options, HaveDefaults) {
 }
 
 TEST(Options, AreAllUnderstood) {
-    const Parsed parsed = Parse({"--source", "10.0.0.1", "--source=ws://10.0.0.2/", "--plugin", "p.so",
-                                 "--state", "s", "--fps", "59.94", "--duration", "2.5", "--record", "r",
-                                 "--probe", "--report", "-", "--quiet", "--trace", "t"});
+    const Parsed parsed = Parse({"--source",   "10.0.0.1",    "--source=ws://10.0.0.2/",
+                                 "--plugin",   "p.so",        "--state",
+                                 "s",          "--fps",       "59.94",
+                                 "--duration", "2.5",         "--record",
+                                 "r",          "--probe",     "--report",
+                                 "-",          "--quiet",     "--trace",
+                                 "t",          "--discovered"});
     ASSERT_TRUE(parsed.options) << parsed.err;
     const Options& options = *parsed.options;
     EXPECT_EQ(options.sources, (std::vector<std::string>{"10.0.0.1", "ws://10.0.0.2/"}));
@@ -52,6 +57,7 @@ TEST(Options, AreAllUnderstood) {
     EXPECT_EQ(options.frameRate.denominator, 1'000);
     EXPECT_EQ(options.durationSeconds, 2.5);
     EXPECT_EQ(options.recordDirectory, "r");
+    EXPECT_TRUE(options.discovered);
     EXPECT_TRUE(options.probe);
     EXPECT_EQ(options.report, "-");
     EXPECT_TRUE(options.quiet);
@@ -99,8 +105,9 @@ TEST(Options, HelpAndVersionGoToStandardOutput) {
     EXPECT_FALSE(help.options);
     EXPECT_EQ(help.exitCode, 0);
     EXPECT_TRUE(help.err.empty());
-    for (const char* name : {"--source", "--plugin", "--state", "--fps", "--duration", "--record", "--probe",
-                             "--report", "--quiet", "--trace", "--version", "Exit code"}) {
+    for (const char* name :
+         {"--source", "--discovered", "--plugin", "--state", "--fps", "--duration", "--record", "--probe",
+          "--report", "--quiet", "--trace", "--version", "Exit code"}) {
         EXPECT_NE(help.out.find(name), std::string::npos) << name;
     }
     const Parsed version = Parse({"--version"});

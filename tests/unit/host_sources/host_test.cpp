@@ -58,6 +58,41 @@ TEST(Host, ASecondOneInTheProcessTakesJobsAgain) {
     EXPECT_GT(host_runtime::MainThreadQueue::Default().PendingCount(), 0U) << "the revival timer runs";
 }
 
+class ScriptedBrowser final : public ServiceBrowser {
+public:
+    explicit ScriptedBrowser(std::weak_ptr<ServiceListener>& started) : listener(started) {}
+    void Start(std::weak_ptr<ServiceListener> toTell) override { listener = std::move(toTell); }
+
+private:
+    std::weak_ptr<ServiceListener>& listener;
+};
+
+TEST(Host, OffersThePhonesThatItsBrowserFinds) {
+    fakes::VirtualTime time;
+    std::string error;
+    std::weak_ptr<ServiceListener> listener;
+    {
+        const auto host = Host::Make({FAKE_PLUGIN, {}, {}}, error);
+        ASSERT_TRUE(host) << error;
+        host->Discover(std::make_unique<ScriptedBrowser>(listener));
+        const auto told = listener.lock();
+        ASSERT_TRUE(told);
+        told->BrowsingBegan();
+        told->ServiceSeen({2, false, "Studio", "local"}, {"PHONE", "phone.local", "10.0.0.5", 9001});
+        told->ServiceSeen({2, true, "Studio", "local"}, {"PHONE", "phone.local", "", 9001});
+        time.RunDue();
+        EXPECT_EQ(host->Sources().Phones(),
+                  (std::vector<DiscoveredPhone>{{"PHONE", "10.0.0.5", "9001", "Studio"}}));
+        told->ServiceGone({2, false, "Studio", "local"});
+        told->ServiceGone({2, true, "Studio", "local"});
+        time.AdvanceBy(SourceList::kLostGraceUs - 1);
+        EXPECT_EQ(host->Sources().Phones().size(), 1U);
+        time.AdvanceBy(1);
+        EXPECT_TRUE(host->Sources().Phones().empty());
+    }
+    EXPECT_TRUE(listener.expired());
+}
+
 TEST(Host, SaysWhyItCannotStart) {
     fakes::VirtualTime time;
     const tests::TemporaryDirectory state;

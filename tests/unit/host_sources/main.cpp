@@ -10,6 +10,7 @@ int main(int argc, char** argv) {
                                {"SourceRegistry", host_runtime::SourceRegistry::Alive},
                                {"SourcePanel", host_runtime::SourcePanel::Alive},
                                {"SourceList", host_runtime::SourceList::Alive},
+                               {"PhoneDirectory", host_runtime::PhoneDirectory::Alive},
                                {"Source", host_runtime::Source::Alive},
                                {"SourcePuller", host_runtime::SourcePuller::Alive},
                                {"BufferGroup", host_runtime::BufferGroup::Alive},

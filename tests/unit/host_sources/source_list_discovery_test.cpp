@@ -1,4 +1,5 @@
 #include "host/renderer/nxRenderer2.h"
+#include "host_runtime/core/UserLog.h"
 #include "tests/unit/host_sources/SourceListFixture.h"
 
 namespace host_runtime {
@@ -178,6 +179,44 @@ TEST_F(DiscoveryTest, ARestoredPhoneIsDialledWhenItComesLate) {
     list->PhoneDiscovered(Phone());
     time.RunDue();
     EXPECT_EQ(factory->TakeCalls(), (Calls{"PeerDiscovered PHONE", kDial}));
+}
+
+TEST_F(DiscoveryTest, TellsTheOperatorOfPhonesThatComeAndGo) {
+    const auto texts = [] {
+        std::vector<std::string> all;
+        for (const UserLogEntry& entry : UserLogEntries())
+            all.push_back(std::to_string(entry.level) + " " + entry.text);
+        return all;
+    };
+    ClearUserLog();
+    list->PhoneDiscovered(Phone());
+    list->PhoneDiscovered(Phone());
+    list->PhoneLost("PHONE");
+    list->PhoneDiscovered(Phone());
+    EXPECT_EQ(texts(), (Calls{"0 The phone \"Studio\" is in the network, at 10.0.0.5."}));
+    list->PhoneLost("PHONE");
+    time.AdvanceBy(SourceList::kLostGraceUs);
+    EXPECT_EQ(texts(), (Calls{"0 The phone \"Studio\" is in the network, at 10.0.0.5.",
+                              "1 The phone \"Studio\" is no longer in the network."}));
+    ClearUserLog();
+    list->PhoneDiscovered({"OTHER", "10.0.0.6", "", ""});
+    EXPECT_EQ(texts(), (Calls{"0 The phone OTHER is in the network, at 10.0.0.6."}));
+    ClearUserLog();
+}
+
+TEST_F(DiscoveryTest, AKnownPhoneKeepsItsMutes) {
+    RunningPhone();
+    list->SetAudioMuted("PHONE", true);
+    list->SetVideoMuted("PHONE", true);
+    EndList();
+    plugin.reset();
+    factory = new fakes::FakeFactory(registry.Get(), fakes::MakePatternRenderer);
+    plugin = std::make_unique<SourcePlugin>(factory);
+    MakeList();
+    const auto source = RunningPhone();
+    EXPECT_TRUE(source->audioMuted);
+    EXPECT_TRUE(source->videoMuted);
+    EXPECT_TRUE(store.Find("PHONE")->audioMuted);
 }
 
 TEST_F(DiscoveryTest, ARemovedPhoneThatIsStillThereIsOfferedAgain) {

@@ -1,0 +1,6 @@
+#include "mdns/AvahiConnection.h"
+#include "tests/fakes/TestMain.h"
+
+int main(int argc, char** argv) {
+    return tests::RunAllTests(argc, argv, {{"AvahiConnection", mdns::AvahiConnection::Alive}});
+}
