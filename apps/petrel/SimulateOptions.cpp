@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <sstream>
 
+#include "mdns/NetworkInterfaces.h"
 #include "support/frame_stamp.h"
 
 namespace petrel {
@@ -88,6 +89,10 @@ CommandLine ReadCommandLine(int argc, const char* const* argv) {
                                              "user name (default: \"Petrel simulator\" and a number)");
     simulate->add_option("--bitrate", options.bitrateKbits, "kilobits per second of video (default: by size)")
         ->check(CLI::Range(50, 100'000));
+    bool announce = false;
+    CLI::Option* announced = simulate->add_flag(
+        "--announce,!--no-announce", announce,
+        "announce the phones to the network (default: those whose address is not a loopback one)");
     simulate->add_flag("--quiet", options.quiet, "say only what goes wrong");
 
     try {
@@ -97,6 +102,7 @@ CommandLine ReadCommandLine(int argc, const char* const* argv) {
             throw CLI::ValidationError("--listen", "not an IPv4 address with room for all phones");
         }
         options.codec = codec == "vp8" ? VideoCodec::Vp8 : VideoCodec::H264;
+        if (announced->count() > 0) options.announce = announce;
         if (name->count() > 0) {
             const std::string problem = CheckName(options.name);
             if (!problem.empty()) throw CLI::ValidationError("--name", problem);
@@ -123,6 +129,10 @@ std::vector<std::string> AddressesFrom(const std::string& first, int count) {
         addresses.emplace_back(text);
     }
     return addresses;
+}
+
+bool IsAnnounced(const SimulateOptions& options, const std::string& address) {
+    return options.announce.value_or(!mdns::IsLoopbackAddress(address));
 }
 
 int VideoBitrateKbits(const SimulateOptions& options) {

@@ -17,8 +17,9 @@ struct SimulateOptions {
     int height = 720;
     int framesPerSecond = 30;
     VideoCodec codec = VideoCodec::H264;
-    std::string name;      // empty: a default for each address
-    int bitrateKbits = 0;  // 0: by size and frame rate
+    std::string name;              // empty: a default for each address
+    int bitrateKbits = 0;          // 0: by size and frame rate
+    std::optional<bool> announce;  // nothing: by address
     bool quiet = false;
 };
 
@@ -34,6 +35,10 @@ CommandLine ReadCommandLine(int argc, const char* const* argv);
 // `count` IPv4 addresses from `first` upward; empty when `first` is none or the range leaves the address
 // space.
 std::vector<std::string> AddressesFrom(const std::string& first, int count);
+
+// Whether the phone at this address is announced to the network: as asked, else unless it is a loopback
+// address, which is of use to this machine alone.
+bool IsAnnounced(const SimulateOptions& options, const std::string& address);
 
 // The asked bitrate, or one that suits the size and the frame rate.
 int VideoBitrateKbits(const SimulateOptions& options);

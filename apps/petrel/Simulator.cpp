@@ -42,17 +42,24 @@ std::unique_ptr<Simulator> Simulator::Start(const SimulateOptions& options, std:
     if (simulator->encoder == nullptr) return nullptr;
     MakeKey();
     const Studio studio{simulator->loop, *simulator->encoder};
+    std::vector<AnnouncedPhone> announced;
     for (const std::string& address : options.addresses) {
-        PhoneIdentity identity = MakePhoneIdentity(address, options.name, options.addresses.size() > 1);
-        std::shared_ptr<Phone> phone = Phone::Listen(std::move(identity), studio, port, error);
+        const PhoneIdentity identity = MakePhoneIdentity(address, options.name, options.addresses.size() > 1);
+        std::shared_ptr<Phone> phone = Phone::Listen(identity, studio, port, error);
         if (phone == nullptr) return nullptr;
+        if (IsAnnounced(options, address)) {
+            announced.push_back({identity.userName, address, phone->Port(), identity.peersIdentifier});
+        }
         simulator->phones.push_back(std::move(phone));
     }
+    if (!announced.empty()) simulator->announcer = std::make_unique<ServiceAnnouncer>(std::move(announced));
     return simulator;
 }
 
-// Servers first, so that nothing new comes; then all media on the control thread; the encoder last.
+// The goodbye to the network and the servers first, so that nothing new comes; then all media on the control
+// thread; the encoder last.
 Simulator::~Simulator() {
+    announcer.reset();
     for (const std::shared_ptr<Phone>& phone : phones)
         phone->Stop();
     loop.Stop();

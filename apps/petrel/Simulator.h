@@ -8,6 +8,7 @@
 
 #include "apps/petrel/ControlLoop.h"
 #include "apps/petrel/Phone.h"
+#include "apps/petrel/ServiceAnnouncer.h"
 #include "apps/petrel/SharedEncoder.h"
 #include "apps/petrel/SimulateOptions.h"
 
@@ -28,6 +29,7 @@ private:
     std::unique_ptr<SharedEncoder> encoder;
     ControlLoop loop;
     std::vector<std::shared_ptr<Phone>> phones;
+    std::unique_ptr<ServiceAnnouncer> announcer;  // null when there is nothing to announce
 };
 
 }  // namespace petrel

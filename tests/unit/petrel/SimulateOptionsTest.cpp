@@ -84,6 +84,16 @@ INSTANTIATE_TEST_SUITE_P(
                     BadLine{"the client's name", {"simulate", "--name", "Halyard"}},
                     BadLine{"bitrate too low", {"simulate", "--bitrate", "1"}}));
 
+TEST(SimulateOptions, APhoneIsAnnouncedUnlessItsAddressIsOfUseToThisMachineOnly) {
+    const petrel::SimulateOptions unsaid = *Read({"simulate"}).options;
+    EXPECT_FALSE(petrel::IsAnnounced(unsaid, "127.0.0.2"));
+    EXPECT_FALSE(petrel::IsAnnounced(unsaid, "127.255.0.2"));
+    EXPECT_TRUE(petrel::IsAnnounced(unsaid, "192.168.1.20"));
+    EXPECT_TRUE(petrel::IsAnnounced(unsaid, "0.0.0.0"));
+    EXPECT_TRUE(petrel::IsAnnounced(*Read({"simulate", "--announce"}).options, "127.0.0.2"));
+    EXPECT_FALSE(petrel::IsAnnounced(*Read({"simulate", "--no-announce"}).options, "192.168.1.20"));
+}
+
 TEST(SimulateOptions, HelpEndsWithCodeZero) {
     const CommandLine line = Read({"simulate", "--help"});
     EXPECT_FALSE(line.options);
