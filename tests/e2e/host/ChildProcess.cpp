@@ -96,6 +96,16 @@ bool ChildProcess::WaitForOutput(const std::string& text, std::chrono::seconds l
     return true;
 }
 
+bool ChildProcess::WaitUntilOutput(const std::function<bool(const std::string& output)>& satisfies,
+                                   std::chrono::seconds limit) {
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    const support::MutexLock lock(mutex);
+    while (!satisfies(texts[kOutput])) {
+        if (ended[kOutput] || !changed.WaitUntil(mutex, deadline)) return false;
+    }
+    return true;
+}
+
 std::optional<int> ChildProcess::WaitForEnd(std::chrono::seconds limit) {
     if (exitCode || processId <= 0) return exitCode;
     const int descriptor = static_cast<int>(syscall(SYS_pidfd_open, processId, 0));

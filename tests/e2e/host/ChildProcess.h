@@ -5,6 +5,7 @@
 
 #include <array>
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <string>
 #include <thread>
@@ -28,6 +29,9 @@ public:
 
     // Waits for a text in what the program has written so far; false when the time is over or it ended.
     bool WaitForOutput(const std::string& text, std::chrono::seconds limit);
+    // Waits until what it has written to standard output satisfies a condition.
+    bool WaitUntilOutput(const std::function<bool(const std::string& output)>& satisfies,
+                         std::chrono::seconds limit);
     // The exit code, or 128 and the signal that ended it; nothing when the time is over first.
     std::optional<int> WaitForEnd(std::chrono::seconds limit);
 
