@@ -46,9 +46,12 @@ void Source::NotePicture(std::int64_t nowUs) {
 void Source::SettingsChanged() {
     const std::string newName = settings.AsCString("name", "");
     const std::string newAddress = settings.AsCString("kestrel_ip_address", "");
-    const support::MutexLock lock(mutex);
-    name = newName;
-    address = newAddress;
+    {
+        const support::MutexLock lock(mutex);
+        name = newName;
+        address = newAddress;
+    }
+    if (changeListener) changeListener();
 }
 
 void Source::SetState(SourceState newState) {
@@ -62,7 +65,8 @@ void Source::SetRenderers(std::shared_ptr<nxRenderer2> newVideo, std::shared_ptr
         video.swap(newVideo);
         audio.swap(newAudio);
     }
-    // The old ones are released here, with no lock held.
+    // The old ones are released at the end, with no lock held.
+    if (changeListener) changeListener();
 }
 
 void Source::NoteActivation(std::int64_t nowUs) {

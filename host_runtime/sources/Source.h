@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "host/core/zRecord.h"
 #include "support/annotated_mutex.h"
@@ -65,6 +66,8 @@ public:
     const zRecord& Settings() const { return settings; }
     // Copies name and address from the settings to where every thread can read them.
     void SettingsChanged();
+    // For the open panel of the source, told when the settings or the renderers changed; empty for none.
+    void SetChangeListener(std::function<void()> listener) { changeListener = std::move(listener); }
     void SetState(SourceState newState);
     void SetRenderers(std::shared_ptr<nxRenderer2> newVideo, std::shared_ptr<nxRenderer2> newAudio);
     void NoteActivation(std::int64_t nowUs);
@@ -80,6 +83,7 @@ private:
     const bool discovered;
     zRecord settings;
     std::function<void(bool)> pictureListener;
+    std::function<void()> changeListener;
     std::atomic<std::int64_t> firstActivatedAtUs{0};
     std::atomic<std::int64_t> lastPictureAtUs{0};
 

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "host/renderer/nxRenderer2.h"
+#include "tests/fakes/plugin/FakePanel.h"
 
 namespace fakes {
 
@@ -41,6 +42,8 @@ zStatus FakeFactory::Concrete_QueryInterface(const char* name, void** out) {
         return GetInterface(static_cast<nxWebRtcRendererXI*>(this), out);
     if (CompareInterfaceName(name, "nxKestrelRendererXI"))
         return GetInterface(static_cast<nxKestrelRendererXI*>(this), out);
+    if (CompareInterfaceName(name, "nxXISourceGUI"))
+        return GetInterface(static_cast<nxXISourceGUI*>(this), out);
     return xCUnknown::Concrete_QueryInterface(name, out);
 }
 
@@ -123,6 +126,15 @@ void FakeFactory::PeerLost(zRecord& discovery) {
     Note("PeerLost", peer.c_str());
     WithdrawFromHost(peer);
     std::erase_if(entries, [&peer](const auto& entry) { return entry.second.peerIdentifier == peer; });
+}
+
+zStatus FakeFactory::CreateSourceGUI(ePurse* purse, eView* parentView, zRecord& settings,
+                                     nxHostNotification* notification, const char* sourceIdentifier,
+                                     eDynamicGlass** outPanel) {
+    Note("CreateSourceGUI", sourceIdentifier);
+    if (!offersPanel) return kStatusFailed;
+    *outPanel = new FakePanel(*this, purse, *parentView, settings, notification);
+    return kStatusOk;
 }
 
 void FakeFactory::GetSessionUrl(const char* sourceIdentifier, zString& result) {

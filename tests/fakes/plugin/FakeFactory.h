@@ -12,6 +12,7 @@
 #include "host/renderer/nxRendererFactory2.h"
 #include "host/renderer/nxSourceRegistry.h"
 #include "host/renderer/nxWebRtcRendererXI.h"
+#include "host/renderer/nxXISourceGUI.h"
 #include "support/object_count.h"
 
 namespace fakes {
@@ -19,6 +20,7 @@ namespace fakes {
 class FakeFactory final : public nxRendererFactory2,
                           public nxWebRtcRendererXI,
                           public nxKestrelRendererXI,
+                          public nxXISourceGUI,
                           private support::Counted<FakeFactory> {
 public:
     using support::Counted<FakeFactory>::Alive;
@@ -45,6 +47,7 @@ public:
     std::string identifierPrefix = "SOURCE-";  // of new sources; a number follows
     bool throwInActivate = false;
     bool refuseActivation = false;
+    bool offersPanel = true;
 
     zStatus QueryInterface(const char* name, void** out) override;
     std::uint32_t AddRef() override { return Concrete_AddRef(); }
@@ -63,6 +66,11 @@ public:
 
     void PeerDiscovered(zRecord& discovery) override;
     void PeerLost(zRecord& discovery) override;
+
+    // Null when it offers none.
+    zStatus CreateSourceGUI(ePurse* purse, eView* parentView, zRecord& settings,
+                            nxHostNotification* notification, const char* sourceIdentifier,
+                            eDynamicGlass** outPanel) override;
 
     void GetSessionUrl(const char* sourceIdentifier, zString& result) override;
     void StartSession(const char* sourceIdentifier, const char* payload, const char* address) override;
