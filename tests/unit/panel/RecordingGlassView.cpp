@@ -1,0 +1,31 @@
+#include "tests/unit/panel/RecordingGlassView.h"
+
+#include "host/ui/eGlassView.h"
+
+namespace tests {
+
+ViewLog& Views() {
+    static ViewLog log;
+    return log;
+}
+
+}  // namespace tests
+
+eGlassView::eGlassView(eGlass& owner, const char* shownVariable, zFourCC identifier)
+    : glass(owner), variable(shownVariable) {
+    tests::Views().made.push_back({shownVariable, identifier});
+}
+
+void eGlassView::SetString(zFourCC field, const char* text, std::uint32_t flags) {
+    tests::Views().written.push_back({variable, field, text, flags});
+}
+
+bool eGlassView::AsString(zFourCC field, zString& out) const {
+    tests::Views().fieldsRead.push_back(field);
+    out.Assign(tests::Views().typed);
+    return true;
+}
+
+eView* eGlassView::View() const {
+    return nullptr;
+}
