@@ -47,12 +47,14 @@ std::string WholeLines(const std::string& text) {
 App::App(Options commandLine)
     : options(std::move(commandLine)),
       progressDescriptor(options.report == kStandardOutput ? STDERR_FILENO : STDOUT_FILENO),
-      progress(progressDescriptor, Progress::StyleFor(progressDescriptor, options.quiet)),
+      progressStyle(Progress::StyleFor(progressDescriptor, options.quiet && !options.panel)),
+      progress(progressDescriptor, progressStyle),
       lifetime(std::make_shared<zObject>()),
       traceDescriptor(STDERR_FILENO) {}
 
 App::~App() {
     lifetime.reset();
+    console.reset();
     host.reset();
     host_runtime::SetUserLogListener({});
     host_runtime::SetTraceSink({});
@@ -71,9 +73,11 @@ int App::Run() {
         zThread::ExecuteOnMainThread(lifetime, durationUs, {}, [] { RequestEnd(); });
     }
     ScheduleProgress(1);
+    OpenConsole();
     host->Puller().Start();
     host_runtime::MainThreadQueue::Default().Run();
 
+    console.reset();
     host->Puller().Stop();
     const double seconds = static_cast<double>(host_runtime::SteadyNowUs() - startedAtUs) / 1e6;
     const bool recorded = FinishRecordings();
@@ -132,6 +136,20 @@ bool App::StartSources() {
         return false;
     }
     TakeNotices();
+    if (!AddSources()) return false;
+    for (const auto& source : host->Sources().Sources())
+        Watch(source);
+    if (options.discovered) {
+        host->Sources().SetChangeListener([this] { RunDiscoveredPhones(); });
+        host->Discover(host_runtime::MakeAvahiBrowser());
+    } else if (watched.empty()) {
+        Complain("There are no stored sources; give --source ADDRESS, or --panel to type one.");
+        return false;
+    }
+    return true;
+}
+
+bool App::AddSources() {
     if (options.sources.empty() && !options.discovered) host->Sources().RestoreAll();
     for (const std::string& address : options.sources) {
         if (!host->Sources().Add(address)) {
@@ -139,15 +157,9 @@ bool App::StartSources() {
             return false;
         }
     }
-    for (const auto& source : host->Sources().Sources())
-        Watch(source);
-    if (options.discovered) {
-        host->Sources().SetChangeListener([this] { RunDiscoveredPhones(); });
-        host->Discover(host_runtime::MakeAvahiBrowser());
-    } else if (watched.empty()) {
-        Complain("There are no stored sources; give --source ADDRESS.");
-        return false;
-    }
+    // The operator will type its address.
+    const bool needsOne = options.panel && !options.discovered && host->Sources().Sources().empty();
+    if (needsOne) host->Sources().AddWithoutAddress({});
     return true;
 }
 
@@ -166,7 +178,33 @@ void App::Watch(const std::shared_ptr<host_runtime::Source>& source) {
         recorder = std::make_shared<Recorder>(options.recordDirectory, source->Address());
     const auto monitor = std::make_shared<SourceMonitor>(options.probe, recorder);
     host->Puller().Add(source, monitor);
-    watched.push_back({source, monitor, 0});
+    watched.push_back({source, monitor, 0, host->OpenPanel(source->Identifier())});
+}
+
+void App::OpenConsole() {
+    if (!options.panel) return;
+    console = std::make_unique<PanelConsole>(
+        [this] { return Panels(); }, progress, progressStyle, progressDescriptor,
+        [this](PanelConsole::End end) {
+            const bool goesOn = end == PanelConsole::End::Input && options.durationSeconds.has_value();
+            if (!goesOn) RequestEnd();
+        });
+    console->Start();
+    console->ReadFrom(STDIN_FILENO);
+}
+
+std::vector<ShownPanel> App::Panels() const {
+    std::vector<ShownPanel> panels;
+    for (const Watched& one : watched) {
+        ShownPanel shown;
+        shown.address = one.source->Address();
+        if (one.panel != nullptr) {
+            shown.glass = &one.panel->Glass();
+            shown.views = &one.panel->Views();
+        }
+        panels.push_back(std::move(shown));
+    }
+    return panels;
 }
 
 void App::ScheduleProgress(std::int64_t round) {
@@ -192,9 +230,13 @@ void App::ShowProgress(std::int64_t round) {
         line.picturesPerSecond = static_cast<double>(newPictures);
         line.soundLevel = one.monitor->TakeSoundLevel();
         if (counts.probe) line.latencyMs = counts.probe->latencyP50;
+        if (one.panel != nullptr) {
+            line.status = one.panel->Status();
+            line.megabitsPerSecond = one.panel->MegabitsPerSecond();
+        }
         lines.push_back(std::to_string(round) + " s  " + FormatProgressLine(line));
     }
-    progress.Show(lines);
+    if (!options.quiet) progress.Show(lines);
     TakeNotices();
 }
 
@@ -225,8 +267,18 @@ bool App::WriteReport(double durationSeconds) {
     if (options.report.empty()) return true;
     std::vector<ReportedSource> reported;
     for (const Watched& one : watched) {
-        reported.push_back({one.source->Identifier(), one.source->Name(), one.source->Address(),
-                            one.source->FirstActivatedAtUs(), one.monitor->Now()});
+        ReportedSource entry{one.source->Identifier(),
+                             one.source->Name(),
+                             one.source->Address(),
+                             one.source->FirstActivatedAtUs(),
+                             one.monitor->Now(),
+                             {},
+                             {}};
+        if (one.panel != nullptr) {
+            entry.status = one.panel->Status();
+            entry.megabitsPerSecond = one.panel->MegabitsPerSecond();
+        }
+        reported.push_back(std::move(entry));
     }
     const std::string text = ReportText(durationSeconds, reported);
     if (options.report == kStandardOutput) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "apps/halyard/Options.h"
+#include "apps/halyard/PanelConsole.h"
 #include "apps/halyard/Progress.h"
 #include "apps/halyard/SourceMonitor.h"
 #include "host/core/zObject.h"
@@ -31,14 +32,18 @@ private:
         std::shared_ptr<host_runtime::Source> source;
         std::shared_ptr<SourceMonitor> monitor;
         std::int64_t picturesBefore = 0;
+        host_runtime::SourcePanel* panel = nullptr;  // the host's; null when the plug-in offers none
     };
 
     // Each says on standard error what is wrong.
     bool OpenOutputs();
     bool StartSources();
+    bool AddSources();
     void RunDiscoveredPhones();
 
     void Watch(const std::shared_ptr<host_runtime::Source>& source);
+    void OpenConsole();
+    std::vector<ShownPanel> Panels() const;
     void ScheduleProgress(std::int64_t round);
     void ShowProgress(std::int64_t round);
     bool FinishRecordings();
@@ -49,12 +54,14 @@ private:
 
     const Options options;
     const int progressDescriptor;
+    const Progress::Style progressStyle;
     Progress progress;
     std::shared_ptr<zObject> lifetime;
     int traceDescriptor;
     std::int64_t startedAtUs = 0;
     std::vector<Watched> watched;
     std::unique_ptr<host_runtime::Host> host;
+    std::unique_ptr<PanelConsole> console;  // with --panel, while it runs
 };
 
 }  // namespace halyard

@@ -66,6 +66,8 @@ void Declare(CLI::App& app, Options& options, RawOptions& raw) {
     app.add_option("--record", options.recordDirectory, "Record each source into an .mkv file there")
         ->type_name("DIR");
     app.add_flag("--probe", options.probe, "Decode the stamps of the test pattern");
+    app.add_flag("--panel", options.panel,
+                 "Show the sources' settings panels and take commands on standard input; type help");
     app.add_option("--report", options.report, "Write a JSON report at the end; - is standard output")
         ->type_name("FILE|-");
     app.add_flag("--quiet", options.quiet, "No progress lines");

@@ -24,6 +24,7 @@ struct Options {
     std::optional<double> durationSeconds;
     std::filesystem::path recordDirectory;  // empty: no recording
     bool probe = false;
+    bool panel = false;  // show and drive the settings panels
     std::string report;  // a file, "-" for standard output, empty for none
     bool quiet = false;
     std::filesystem::path traceFile;  // empty: standard error

@@ -34,6 +34,15 @@ std::string Shortened(std::string_view line, std::size_t columns) {
     return std::string(line.substr(0, end));
 }
 
+// What is being typed matters more than what stands before it.
+std::string LastPart(std::string_view line, std::size_t columns) {
+    if (line.size() < columns) return std::string(line);
+    std::size_t begin = line.size() - columns + 1;
+    while (begin < line.size() && (static_cast<unsigned char>(line[begin]) & 0xC0U) == 0x80)
+        ++begin;
+    return std::string(line.substr(begin));
+}
+
 void WriteAll(int descriptor, std::string_view text) {
     while (!text.empty()) {
         const ssize_t written = ::write(descriptor, text.data(), text.size());
@@ -61,10 +70,12 @@ std::string FormatProgressLine(const ProgressLine& line) {
     const std::string size =
         line.width > 0 ? std::to_string(line.width) + "x" + std::to_string(line.height) : "-";
     const std::string level = line.soundLevel ? Format("%6.1f dBFS", *line.soundLevel) : "     - dBFS";
-    std::string text = Padded(line.address, 15) + "  " + Padded(line.state, 8) + "  " + Padded(size, 9) +
-                       "  " + Format("%5.1f pictures/s", line.picturesPerSecond) + "  " + level;
+    std::string text = Padded(line.address.empty() ? "-" : line.address, 15) + "  " + Padded(line.state, 8) +
+                       "  " + Padded(size, 9) + "  " + Format("%5.1f pictures/s", line.picturesPerSecond) +
+                       "  " + level;
     if (line.latencyMs) text += "  " + Format("%5.1f ms", *line.latencyMs);
-    return text;
+    text += "  " + Padded(line.status.value_or("-"), 13) + "  ";
+    return text + (line.megabitsPerSecond ? Format("%5.1f Mbit/s", *line.megabitsPerSecond) : "    - Mbit/s");
 }
 
 Progress::Style Progress::StyleFor(int descriptor, bool quiet) {
@@ -86,31 +97,58 @@ void Progress::Show(const std::vector<std::string>& lines) {
         WriteAll(output, text);
         return;
     }
-    const std::string erasure = Erasure();
-    const Room room = RoomOf(output);
-    const std::size_t count = std::min(lines.size(), room.rows - 1);
-    shown.clear();
-    for (std::size_t index = 0; index < count; ++index)
-        shown.push_back(Shortened(lines[index], room.columns));
-    WriteAll(output, erasure + Drawing());
+    progressLines = lines;
+    Redraw();
+}
+
+void Progress::ShowPanel(const std::vector<std::string>& lines) {
+    if (style != Style::Redrawn) return;
+    const support::MutexLock lock(mutex);
+    panelLines = lines;
+    Redraw();
+}
+
+void Progress::ShowPrompt(const std::optional<std::string>& text) {
+    if (style != Style::Redrawn) return;
+    const support::MutexLock lock(mutex);
+    prompt = text;
+    Redraw();
 }
 
 void Progress::Write(int toDescriptor, const std::string& text) {
     const support::MutexLock lock(mutex);
-    const bool meets = style == Style::Redrawn && !shown.empty() && isatty(toDescriptor) != 0;
+    const bool meets = (drawnLines > 0 || promptDrawn) && isatty(toDescriptor) != 0;
     if (meets) WriteAll(output, Erasure());
     WriteAll(toDescriptor, text);
     if (meets) WriteAll(output, Drawing());
 }
 
-std::string Progress::Erasure() const {
-    return shown.empty() ? std::string() : "\r\x1b[" + std::to_string(shown.size()) + "A\x1b[J";
+// In one piece, so that the terminal never shows half of it.
+void Progress::Redraw() {
+    const std::string erasure = Erasure();
+    WriteAll(output, erasure + Drawing());
 }
 
-std::string Progress::Drawing() const {
+std::string Progress::Erasure() const {
+    if (drawnLines == 0 && !promptDrawn) return {};
+    const std::string up = drawnLines > 0 ? "\x1b[" + std::to_string(drawnLines) + "A" : std::string();
+    return "\r" + up + "\x1b[J";
+}
+
+// What does not fit into the terminal is left out: at the end of the progress, then of the panel.
+std::string Progress::Drawing() {
+    const Room room = RoomOf(output);
+    const std::size_t rows = room.rows - 1;  // the last one is the cursor's
+    const std::size_t panelCount = std::min(panelLines.size(), rows);
+    const std::size_t progressCount = std::min(progressLines.size(), rows - panelCount);
     std::string text;
-    for (const std::string& line : shown)
-        text += line + "\n";
+    for (std::size_t index = 0; index < progressCount; ++index)
+        text += Shortened(progressLines[index], room.columns) + "\n";
+    for (std::size_t index = 0; index < panelCount; ++index)
+        text += Shortened(panelLines[index], room.columns) + "\n";
+    if (prompt) text += LastPart(*prompt, room.columns);
+    drawnLines = progressCount + panelCount;
+    promptDrawn = prompt.has_value();
     return text;
 }
 

@@ -45,6 +45,8 @@ Json Entry(const ReportedSource& source) {
         const double afterUs = static_cast<double>(*counts.firstPictureAtUs - source.activatedAtUs);
         entry["firstPictureMs"] = Rounded(afterUs / 1000.0, 10.0);
     }
+    entry["status"] = source.status ? Json(*source.status) : Json();
+    entry["megabitsPerSecond"] = Tenths(source.megabitsPerSecond);
     if (counts.probe) AddProbe(*counts.probe, entry);
     return entry;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,8 @@ struct ReportedSource {
     std::string address;
     std::int64_t activatedAtUs = 0;  // steady clock
     SourceMonitor::Counts counts;
+    std::optional<std::string> status;  // the panel's words; nothing without a panel
+    std::optional<double> megabitsPerSecond;
 };
 
 // One JSON object, with a line feed at its end. What was never measured is null.

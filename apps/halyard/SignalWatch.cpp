@@ -11,6 +11,8 @@
 #include <cstdint>
 #include <utility>
 
+#include "apps/halyard/TerminalMode.h"
+
 namespace halyard {
 namespace {
 
@@ -58,7 +60,10 @@ void SignalWatch::Watch() {
         if (watched[1].revents != 0) return;
         signalfd_siginfo information{};
         if (read(signals, &information, sizeof information) != sizeof information) continue;
-        if (asked) _exit(kExitAfterSignal + static_cast<int>(information.ssi_signo));
+        if (asked) {
+            TerminalMode::RestoreNow();
+            _exit(kExitAfterSignal + static_cast<int>(information.ssi_signo));
+        }
         asked = true;
         onFirstSignal();
     }

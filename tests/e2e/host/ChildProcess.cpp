@@ -30,9 +30,11 @@ std::vector<std::string> Environment(const std::vector<std::string>& added) {
 }  // namespace
 
 ChildProcess::ChildProcess(const std::string& program, const std::vector<std::string>& arguments,
-                           const std::vector<std::string>& environment) {
+                           const std::vector<std::string>& environment, Input input) {
+    int inputEnds[2];
     int outputEnds[2];
     int errorEnds[2];
+    EXPECT_EQ(pipe2(inputEnds, O_CLOEXEC), 0);
     EXPECT_EQ(pipe2(outputEnds, O_CLOEXEC), 0);
     EXPECT_EQ(pipe2(errorEnds, O_CLOEXEC), 0);
     std::vector<std::string> words = arguments;
@@ -45,13 +47,17 @@ ChildProcess::ChildProcess(const std::string& program, const std::vector<std::st
     if (processId == 0) {
         // Only calls that are safe after the fork of a process with threads.
         prctl(PR_SET_PDEATHSIG, SIGKILL);
-        dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
+        dup2(input == Input::Pipe ? inputEnds[0] : open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
+        if (input == Input::Closed) close(STDIN_FILENO);
         dup2(outputEnds[1], STDOUT_FILENO);
         dup2(errorEnds[1], STDERR_FILENO);
         execve(program.c_str(), wordPointers.data(), variablePointers.data());
         _exit(127);
     }
     EXPECT_GT(processId, 0);
+    inputEnd = inputEnds[1];
+    close(inputEnds[0]);
+    if (input != Input::Pipe) EndInput();
     close(outputEnds[1]);
     close(errorEnds[1]);
     readers[kOutput] = std::thread([this, descriptor = outputEnds[0]] { Read(kOutput, descriptor); });
@@ -66,10 +72,20 @@ ChildProcess::~ChildProcess() {
     for (std::thread& reader : readers) {
         if (reader.joinable()) reader.join();
     }
+    EndInput();
 }
 
 void ChildProcess::Signal(int number) const {
     kill(processId, number);
+}
+
+void ChildProcess::Write(const std::string& text) const {
+    EXPECT_EQ(write(inputEnd, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+}
+
+void ChildProcess::EndInput() {
+    if (inputEnd >= 0) close(inputEnd);
+    inputEnd = -1;
 }
 
 void ChildProcess::Read(Stream stream, int descriptor) {

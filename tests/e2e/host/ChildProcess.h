@@ -17,15 +17,21 @@ namespace e2e {
 
 class ChildProcess {
 public:
+    enum class Input { Empty, Pipe, Closed };
+
     // `environment` holds NAME=VALUE texts that are added to the test's own.
     ChildProcess(const std::string& program, const std::vector<std::string>& arguments,
-                 const std::vector<std::string>& environment = {});
+                 const std::vector<std::string>& environment = {}, Input input = Input::Empty);
     ~ChildProcess();  // kills it if it still runs
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
     pid_t Id() const { return processId; }
     void Signal(int number) const;
+
+    // To its standard input, which must be a pipe.
+    void Write(const std::string& text) const;
+    void EndInput();
 
     // Waits for a text in what the program has written so far; false when the time is over or it ended.
     bool WaitForOutput(const std::string& text, std::chrono::seconds limit);
@@ -45,6 +51,7 @@ private:
     void Read(Stream stream, int descriptor) EXCLUDES(mutex);
 
     pid_t processId = -1;
+    int inputEnd = -1;
     std::optional<int> exitCode;
     mutable support::Mutex mutex;
     support::Condition changed;

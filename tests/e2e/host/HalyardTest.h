@@ -38,8 +38,9 @@ protected:
         return arguments;
     }
 
-    static std::unique_ptr<ChildProcess> Begin(const std::vector<std::string>& arguments) {
-        return std::make_unique<ChildProcess>(HALYARD_PROGRAM, arguments);
+    static std::unique_ptr<ChildProcess> Begin(const std::vector<std::string>& arguments,
+                                               ChildProcess::Input input = ChildProcess::Input::Empty) {
+        return std::make_unique<ChildProcess>(HALYARD_PROGRAM, arguments, std::vector<std::string>(), input);
     }
 
     Ended WaitForEnd(ChildProcess& process) const {

@@ -74,6 +74,22 @@ TEST_F(RunScript, PassesOptionsOnAndShowsThePhone) {
     EXPECT_TRUE(source.contains("latencyMs"));
 }
 
+TEST_F(RunScript, PassesItsInputOnToThePanel) {
+    ChildProcess run(RUN_SCRIPT, {"--panel"}, {"XDG_STATE_HOME=" + (directory / "state").string()},
+                     ChildProcess::Input::Pipe);
+    EXPECT_TRUE(run.WaitForOutput("Source 1: 127.0.0.2", std::chrono::seconds(20))) << run.Errors();
+    run.Write("nonsense\nquit\n");
+    EXPECT_TRUE(run.WaitForEnd(std::chrono::seconds(20)));
+    EXPECT_NE(run.Output().find("There is no command \"nonsense\""), std::string::npos) << run.Output();
+}
+
+TEST_F(RunScript, NeedsNoInput) {
+    ChildProcess run(RUN_SCRIPT, {"--duration", "1.5"}, {"XDG_STATE_HOME=" + (directory / "state").string()},
+                     ChildProcess::Input::Closed);
+    EXPECT_TRUE(run.WaitForEnd(std::chrono::seconds(20)));
+    EXPECT_NE(run.Output().find("1 s  127.0.0.2"), std::string::npos) << run.Output() << run.Errors();
+}
+
 TEST_F(RunScript, NeedsNoNetworkOnceBuilt) {
     const std::string command = "ip link set lo up && exec " RUN_SCRIPT " --duration 5 --quiet --report " +
                                 (directory / "report").string();

@@ -35,19 +35,20 @@ TEST(Options, HaveDefaults) {
     EXPECT_FALSE(parsed.options->discovered);
     EXPECT_FALSE(parsed.options->probe);
     EXPECT_FALSE(parsed.options->quiet);
+    EXPECT_FALSE(parsed.options->panel);
     EXPECT_TRUE(parsed.options->report.empty());
     EXPECT_EQ(parsed.options->plugin.filename(), "kestrel.so");
     EXPECT_EQ(parsed.options->stateDirectory.filename(), "halyard");
 }
 
 TEST(Options, AreAllUnderstood) {
-    const Parsed parsed = Parse({"--source",   "10.0.0.1",    "--source=ws://10.0.0.2/",
-                                 "--plugin",   "p.so",        "--state",
-                                 "s",          "--fps",       "59.94",
-                                 "--duration", "2.5",         "--record",
-                                 "r",          "--probe",     "--report",
-                                 "-",          "--quiet",     "--trace",
-                                 "t",          "--discovered"});
+    const Parsed parsed = Parse({"--source",   "10.0.0.1",     "--source=ws://10.0.0.2/",
+                                 "--plugin",   "p.so",         "--state",
+                                 "s",          "--fps",        "59.94",
+                                 "--duration", "2.5",          "--record",
+                                 "r",          "--probe",      "--report",
+                                 "-",          "--quiet",      "--trace",
+                                 "t",          "--discovered", "--panel"});
     ASSERT_TRUE(parsed.options) << parsed.err;
     const Options& options = *parsed.options;
     EXPECT_EQ(options.sources, (std::vector<std::string>{"10.0.0.1", "ws://10.0.0.2/"}));
@@ -61,6 +62,7 @@ TEST(Options, AreAllUnderstood) {
     EXPECT_TRUE(options.probe);
     EXPECT_EQ(options.report, "-");
     EXPECT_TRUE(options.quiet);
+    EXPECT_TRUE(options.panel);
     EXPECT_EQ(options.traceFile, "t");
 }
 
@@ -107,7 +109,7 @@ TEST(Options, HelpAndVersionGoToStandardOutput) {
     EXPECT_TRUE(help.err.empty());
     for (const char* name :
          {"--source", "--discovered", "--plugin", "--state", "--fps", "--duration", "--record", "--probe",
-          "--report", "--quiet", "--trace", "--version", "Exit code"}) {
+          "--report", "--quiet", "--trace", "--panel", "--version", "Exit code"}) {
         EXPECT_NE(help.out.find(name), std::string::npos) << name;
     }
     const Parsed version = Parse({"--version"});

@@ -1,67 +1,46 @@
 #include "apps/halyard/Progress.h"
 
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <pty.h>
-#include <sys/ioctl.h>
-#include <termios.h>
-#include <unistd.h>
-
 #include <cstdlib>
+
+#include "tests/unit/halyard/Terminal.h"
 
 namespace halyard {
 namespace {
 
-std::string ReadAvailable(int descriptor) {
-    fcntl(descriptor, F_SETFL, O_NONBLOCK);
-    std::string text;
-    char part[4096];
-    for (ssize_t count = read(descriptor, part, sizeof part); count > 0;
-         count = read(descriptor, part, sizeof part))
-        text.append(part, static_cast<std::size_t>(count));
-    return text;
+ProgressLine Live() {
+    ProgressLine line;
+    line.address = "192.168.1.20";
+    line.state = "live";
+    line.width = 1280;
+    line.height = 720;
+    line.picturesPerSecond = 30;
+    line.soundLevel = -40.04;
+    return line;
 }
 
-class Pipe {
-public:
-    Pipe() { EXPECT_EQ(pipe(ends), 0); }
-    ~Pipe() {
-        close(ends[0]);
-        close(ends[1]);
-    }
-    int Writer() const { return ends[1]; }
-    std::string Text() const { return ReadAvailable(ends[0]); }
-
-private:
-    int ends[2] = {-1, -1};
-};
-
-// What is written to the terminal comes out as it is, without carriage returns of its own.
-class Terminal {
-public:
-    Terminal(unsigned short columns, unsigned short rows) {
-        winsize size{rows, columns, 0, 0};
-        termios settings{};
-        cfmakeraw(&settings);
-        EXPECT_EQ(openpty(&controller, &terminal, nullptr, &settings, &size), 0);
-    }
-    ~Terminal() {
-        close(controller);
-        close(terminal);
-    }
-    int Writer() const { return terminal; }
-    std::string Text() const { return ReadAvailable(controller); }
-
-private:
-    int controller = -1;
-    int terminal = -1;
-};
-
 TEST(ProgressLine, TellsStateSizeRateAndLevel) {
-    EXPECT_EQ(FormatProgressLine({"192.168.1.20", "live", 1280, 720, 30, -40.04, std::nullopt}),
-              "192.168.1.20     live      1280x720    30.0 pictures/s   -40.0 dBFS");
-    EXPECT_EQ(FormatProgressLine({"h", "waiting", 0, 0, 0, std::nullopt, 3.21}),
-              "h                waiting   -            0.0 pictures/s       - dBFS    3.2 ms");
+    EXPECT_EQ(FormatProgressLine(Live()).find(
+                  "192.168.1.20     live      1280x720    30.0 pictures/s   -40.0 dBFS  "),
+              0U);
+    ProgressLine waiting;
+    waiting.state = "waiting";
+    waiting.latencyMs = 3.21;
+    EXPECT_EQ(FormatProgressLine(waiting).find(
+                  "-                waiting   -            0.0 pictures/s       - dBFS    3.2 ms  "),
+              0U);
+}
+
+TEST(ProgressLine, EndsWithWhatThePanelSays) {
+    ProgressLine line = Live();
+    const std::string begin = "192.168.1.20     live      1280x720    30.0 pictures/s   -40.0 dBFS";
+    EXPECT_EQ(FormatProgressLine(line), begin + "  -                  - Mbit/s");
+    line.status = "Connected";
+    line.megabitsPerSecond = 2.25;
+    EXPECT_EQ(FormatProgressLine(line), begin + "  Connected        2.2 Mbit/s");
+    line.latencyMs = 30.2;
+    line.status = "Not connected";
+    line.megabitsPerSecond.reset();
+    EXPECT_EQ(FormatProgressLine(line), begin + "   30.2 ms  Not connected      - Mbit/s");
 }
 
 TEST(Progress, WritesPlainLinesToAPipe) {
@@ -95,6 +74,44 @@ TEST(Progress, OtherTextsOnTheTerminalComeAboveTheLines) {
     progress.Write(elsewhere.Writer(), "trace\n");
     EXPECT_EQ(terminal.Text(), "") << "another file does not disturb the terminal";
     EXPECT_EQ(elsewhere.Text(), "trace\n");
+}
+
+TEST(Progress, ThePanelAndThePromptStandBelowTheLines) {
+    const Terminal terminal(80, 24);
+    Progress progress(terminal.Writer(), Progress::Style::Redrawn);
+    progress.ShowPrompt("> ");
+    EXPECT_EQ(terminal.Text(), "> ");
+    progress.ShowPanel({"panel"});
+    EXPECT_EQ(terminal.Text(), "\r\x1b[Jpanel\n> ") << "the cursor stood in the line of the prompt";
+    progress.Show({"one", "two"});
+    EXPECT_EQ(terminal.Text(), "\r\x1b[1A\x1b[Jone\ntwo\npanel\n> ");
+    progress.ShowPrompt("> typed");
+    EXPECT_EQ(terminal.Text(), "\r\x1b[3A\x1b[Jone\ntwo\npanel\n> typed");
+    progress.Write(terminal.Writer(), "trace\n");
+    EXPECT_EQ(terminal.Text(), "\r\x1b[3A\x1b[Jtrace\none\ntwo\npanel\n> typed");
+    progress.ShowPrompt(std::nullopt);
+    EXPECT_EQ(terminal.Text(), "\r\x1b[3A\x1b[Jone\ntwo\npanel\n");
+}
+
+TEST(Progress, ThePanelAndThePromptAreForTerminalsOnly) {
+    const Pipe pipe;
+    Progress progress(pipe.Writer(), Progress::Style::PlainLines);
+    progress.ShowPanel({"panel"});
+    progress.ShowPrompt("> ");
+    progress.Write(pipe.Writer(), "text\n");
+    EXPECT_EQ(pipe.Text(), "text\n");
+}
+
+TEST(Progress, ThePanelHasRoomBeforeTheLines) {
+    const Terminal terminal(8, 4);
+    Progress progress(terminal.Writer(), Progress::Style::Redrawn);
+    progress.ShowPanel({"p1", "p2"});
+    progress.ShowPrompt("> 1234567890");
+    terminal.Text();
+    progress.Show({"one", "two"});
+    EXPECT_EQ(terminal.Text(), "\r\x1b[2A\x1b[Jone\np1\np2\n4567890");
+    progress.ShowPanel({"p1", "p2", "p3", "p4"});
+    EXPECT_EQ(terminal.Text(), "\r\x1b[3A\x1b[Jp1\np2\np3\n4567890");
 }
 
 TEST(Progress, KeepsToTheSizeOfTheTerminal) {

@@ -16,8 +16,19 @@ std::vector<std::string> Keys(const json& object) {
     return keys;
 }
 
+ReportedSource Undelivered() {
+    ReportedSource source;
+    source.identifier = "ID";
+    source.name = "Camera";
+    source.address = "10.0.0.1";
+    return source;
+}
+
 ReportedSource Delivered() {
-    ReportedSource source{"ID", "Camera", "10.0.0.1", 2'000'000, {}};
+    ReportedSource source = Undelivered();
+    source.activatedAtUs = 2'000'000;
+    source.status = "Connected";
+    source.megabitsPerSecond = 2.25;
     source.counts.width = 1280;
     source.counts.height = 720;
     source.counts.picturesPulled = 300;
@@ -35,7 +46,8 @@ TEST(Report, IsOneObjectWithTheStatedKeys) {
     ASSERT_EQ(report["sources"].size(), 1U);
     const json expected = json::parse(R"({"identifier": "ID", "name": "Camera", "address": "10.0.0.1",
         "connected": true, "width": 1280, "height": 720, "picturesPulled": 300, "distinctPictures": 298,
-        "soundBlocksPulled": 301, "silentSoundBlocks": 9, "firstPictureMs": 412.3})");
+        "soundBlocksPulled": 301, "silentSoundBlocks": 9, "firstPictureMs": 412.3,
+        "status": "Connected", "megabitsPerSecond": 2.3})");
     EXPECT_EQ(report["sources"][0], expected);
 }
 
@@ -50,13 +62,23 @@ TEST(Report, HasTheProbesMeasuresOnlyWithTheProbe) {
 }
 
 TEST(Report, SaysNullForWhatWasNeverMeasured) {
-    ReportedSource source{"ID", "Camera", "10.0.0.1", 0, {}};
+    ReportedSource source = Undelivered();
     source.counts.probe = SourceMonitor::ProbeResult{};
     const json entry = json::parse(ReportText(1, {source}))["sources"][0];
     EXPECT_EQ(entry["connected"], false);
     EXPECT_TRUE(entry["firstPictureMs"].is_null());
     EXPECT_TRUE(entry["latencyMs"]["p50"].is_null());
     EXPECT_TRUE(entry["soundOffsetMs"].is_null());
+    EXPECT_TRUE(entry["status"].is_null()) << "there is no panel";
+    EXPECT_TRUE(entry["megabitsPerSecond"].is_null());
+}
+
+TEST(Report, SaysNullForADataRateThatThePanelDoesNotShow) {
+    ReportedSource source = Undelivered();
+    source.status = "Not connected";
+    const json entry = json::parse(ReportText(1, {source}))["sources"][0];
+    EXPECT_EQ(entry["status"], "Not connected");
+    EXPECT_TRUE(entry["megabitsPerSecond"].is_null());
 }
 
 TEST(Report, SurvivesNamesThatAreNoText) {
