@@ -63,8 +63,8 @@ bool SourcePanel::Make() {
     return true;
 }
 
-// A panel checks what is typed against the address that it knows, and would write that one back. And it goes on
-// saying "connected" of a source that the plug-in knows no more.
+// A panel checks what is typed against the address that it knows, and would write that one back. And it goes
+// on saying "connected" of a source that the plug-in knows no more.
 void SourcePanel::SourceChanged() {
     const bool outdated = SettingsAddress() != knownAddress || !source->VideoRenderer();
     if (!outdated || renewalQueued) return;

@@ -33,8 +33,8 @@ public:
     SourcePanel& operator=(const SourcePanel&) = delete;
     ~SourcePanel();
 
-    // For this turn only. A new panel of the plug-in takes the place of one that knows an old address, because
-    // something else changed it, or whose source was taken from the plug-in.
+    // For this turn only. A new panel of the plug-in takes the place of one that knows an old address,
+    // because something else changed it, or whose source was taken from the plug-in.
     eDynamicGlass& Glass() { return *glass; }
     eView& Views() { return *views; }
     const std::shared_ptr<Source>& Shown() const { return source; }
