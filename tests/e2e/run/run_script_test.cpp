@@ -103,7 +103,7 @@ TEST_F(RunScript, NeedsNoNetworkOnceBuilt) {
 TEST_F(RunScript, SignalEndsItCleanlyAndNothingOutlivesIt) {
     for (const int signal : {SIGINT, SIGTERM}) {
         ChildProcess run = Run({"--report", directory / "report"});
-        ASSERT_TRUE(run.WaitForOutput(" live ", seconds(15))) << run.Errors();
+        ASSERT_TRUE(run.WaitForOutput("pictures/s   -", seconds(15))) << "no sound level: " << run.Errors();
         const std::vector<Watched> children = ChildrenOf(run.Id());
         EXPECT_EQ(children.size(), 2U) << "the phone and the host";
         run.Signal(signal);
