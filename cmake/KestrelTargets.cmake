@@ -69,16 +69,23 @@ function(kestrel_beast_sources)
     endif()
 endfunction()
 
-# A test program: kestrel_test(NAME LABEL unit|contract|e2e|stress SOURCES ... LIBRARIES ... [TIMEOUT seconds]).
+# A test program: kestrel_test(NAME LABEL unit|contract|e2e|stress SOURCES ... LIBRARIES ... [TIMEOUT seconds]
+# [COMPUTES]).
 # Each of its cases becomes a test of ctest under its own name.
 function(kestrel_test name)
-    cmake_parse_arguments(PARSE_ARGV 1 TEST "" "LABEL;TIMEOUT" "SOURCES;LIBRARIES")
+    cmake_parse_arguments(PARSE_ARGV 1 TEST "COMPUTES" "LABEL;TIMEOUT" "SOURCES;LIBRARIES")
     if(NOT TEST_TIMEOUT)
         set(TEST_TIMEOUT 60)
     endif()
     add_executable(${name} ${TEST_SOURCES})
     kestrel_target(${name})
     target_link_libraries(${name} PRIVATE ${TEST_LIBRARIES} test_main GTest::gtest GTest::gmock)
+    # The tests' own code runs once: optimising it would cost more than it saves. What it tests keeps its flags.
+    if(KESTREL_SANITIZE AND NOT TEST_COMPUTES)
+        target_compile_options(${name} PRIVATE -O0)
+    elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
+        target_compile_options(${name} PRIVATE -O1)
+    endif()
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
         PROPERTIES LABELS ${TEST_LABEL} TIMEOUT ${TEST_TIMEOUT})
