@@ -55,9 +55,9 @@ void FakeWebSocket::close() {
     ++closeCount;
 }
 
-void FakeWebSocket::keepAlive(std::int32_t, std::int32_t, std::int32_t) {
+void FakeWebSocket::keepAlive(std::int32_t first, std::int32_t second, std::int32_t third) {
     const support::MutexLock lock(mutex);
-    ++keepAliveCount;
+    if (first == 0 && second == 0 && third == 0) ++keepAliveCount;
 }
 
 void FakeWebSocket::BecomeOpen() {

@@ -45,7 +45,7 @@ public:
     // The texts sent since the last call.
     std::vector<std::string> TakeSent();
     int CloseCount() const;
-    int KeepAliveCount() const;
+    int KeepAliveCount() const;  // those with the reserved zeros
 
 private:
     mutable support::Mutex mutex;

@@ -69,7 +69,10 @@ public:
     zStatus CreateBuffer(const mdMediaRecord& record, nxBuffer2** out) override {
         if (beforeCreate) beforeCreate();
         if (withoutPixels) return CreateSound(out);
-        return refuse ? Refuse(out) : group->CreateBuffer(record, out);
+        if (refuse) return Refuse(out);
+        const zStatus status = group->CreateBuffer(record, out);
+        if (status == kStatusOk) (*out)->SetTimestamp(pictureTimestamp);
+        return status;
     }
     zStatus CreateBuffer(const mdMediaRecord& record, std::int32_t frames, std::uint32_t flags,
                          nxBuffer2** out) override {
@@ -86,9 +89,10 @@ public:
 
     std::uint32_t references = 0;  // held by renderers
     bool refuse = false;
-    bool withoutPixels = false;             // pictures come without a pixel store
-    std::function<void()> beforeCreate;     // of a picture
-    std::function<void()> beforeSoundData;  // sound comes in a telling buffer
+    std::int64_t pictureTimestamp = nxBuffer2::kTimestampUnset;  // of a picture that is made
+    bool withoutPixels = false;                                  // pictures come without a pixel store
+    std::function<void()> beforeCreate;                          // of a picture
+    std::function<void()> beforeSoundData;                       // sound comes in a telling buffer
     std::vector<Coloured> coloured;
 
 private:

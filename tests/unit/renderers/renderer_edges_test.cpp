@@ -1,0 +1,71 @@
+// The smallest pictures, buffers with a past, and what a mute leaves in the ring.
+#include "tests/unit/renderers/AudioRendererTest.h"
+
+namespace {
+
+using tests::BufferPointer;
+using tests::Picture;
+using tests::RampSound;
+using Coloured = tests::ScriptedBufferGroup::Coloured;
+using testing::ElementsAre;
+
+class SmallPicture : public tests::RendererTest {};
+
+TEST_F(SmallPicture, OfOnePixelIsASize) {
+    const auto renderer = MakeVideoRenderer();
+    const Picture picture(1, 1, 50);
+    renderer->OnVideoFrame(picture.frame);
+    const BufferPointer buffer = Pull(*renderer, 0);
+    mdMediaRecord format(kMediaTypeVideo);
+    renderer->OutputFormat(kMediaTypeVideo, format, 0);
+    EXPECT_EQ(format.AsInt32("mwid", 0), 1);
+    EXPECT_TRUE(format.AsBool("vidI", false));
+}
+
+TEST_F(SmallPicture, OfOnePixelIsNoSizeForAPlainOne) {
+    const auto renderer = MakeVideoRenderer();
+    const Picture picture(1, 1, 50);
+    renderer->OnVideoFrame(picture.frame);
+    const BufferPointer buffer = Pull(*renderer, 0);
+    renderer->SetVideoMuted(true);
+    const BufferPointer plain = Pull(*renderer, 1);
+    EXPECT_THAT(group.coloured, ElementsAre(Coloured{720, 480, 0}));
+}
+
+TEST_F(SmallPicture, OfTwoPixelsKeepsItsSizeWhenMuted) {
+    const auto renderer = MakeVideoRenderer();
+    const Picture picture(2, 2, 50);
+    renderer->OnVideoFrame(picture.frame);
+    const BufferPointer buffer = Pull(*renderer, 0);
+    renderer->SetVideoMuted(true);
+    const BufferPointer plain = Pull(*renderer, 1);
+    EXPECT_THAT(group.coloured, ElementsAre(Coloured{2, 2, 0}));
+}
+
+class UsedBuffer : public tests::RendererTest {};
+
+TEST_F(UsedBuffer, LosesItsTimestampWithANewFrame) {
+    const auto renderer = MakeVideoRenderer();
+    group.pictureTimestamp = 99;
+    const Picture picture(64, 36, 50);
+    renderer->OnVideoFrame(picture.frame);
+    EXPECT_EQ(Pull(*renderer, 7000)->Timestamp(), 7000);
+}
+
+class MutedRing : public tests::AudioRendererTest {};
+
+TEST_F(MutedRing, HoldsNoSoundFromBeforeTheMute) {
+    const auto renderer = MakeAudioRenderer();
+    RampSound sound;
+    sound.Deliver(*renderer, 100);
+    renderer->SetAudioMuted(true);
+    Pull(*renderer, kStart);
+    renderer->SetAudioMuted(false);
+    // Blocks larger than the ring count without being written: the ring shows what the mute left.
+    sound.Deliver(*renderer, 1, 60'000);
+    Pull(*renderer, kStart + 100'000);
+    sound.Deliver(*renderer, 1, 60'000);
+    EXPECT_TRUE(IsSilent(Pull(*renderer, kStart + 400'000)));
+}
+
+}  // namespace
