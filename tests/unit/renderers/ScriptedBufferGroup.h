@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <cstring>
 #include <functional>
 #include <memory>
 #include <utility>
@@ -80,7 +81,10 @@ public:
             *out = new TellingSoundBuffer(beforeSoundData);
             return kStatusOk;
         }
-        return refuse ? Refuse(out) : group->CreateBuffer(record, frames, flags, out);
+        if (refuse) return Refuse(out);
+        const zStatus status = group->CreateBuffer(record, frames, flags, out);
+        if (status == kStatusOk) std::memset((*out)->Data(), soundBytes, (*out)->DataSize());
+        return status;
     }
     nxBuffer2* CreateColoredBuffer(std::int32_t width, std::int32_t height, std::uint32_t colour) override {
         coloured.push_back({width, height, colour});
@@ -90,9 +94,10 @@ public:
     std::uint32_t references = 0;  // held by renderers
     bool refuse = false;
     std::int64_t pictureTimestamp = nxBuffer2::kTimestampUnset;  // of a picture that is made
-    bool withoutPixels = false;                                  // pictures come without a pixel store
-    std::function<void()> beforeCreate;                          // of a picture
-    std::function<void()> beforeSoundData;                       // sound comes in a telling buffer
+    std::uint8_t soundBytes = 0;            // what a block of sound holds when it is made
+    bool withoutPixels = false;             // pictures come without a pixel store
+    std::function<void()> beforeCreate;     // of a picture
+    std::function<void()> beforeSoundData;  // sound comes in a telling buffer
     std::vector<Coloured> coloured;
 
 private:

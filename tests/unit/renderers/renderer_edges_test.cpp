@@ -52,6 +52,22 @@ TEST_F(UsedBuffer, LosesItsTimestampWithANewFrame) {
     EXPECT_EQ(Pull(*renderer, 7000)->Timestamp(), 7000);
 }
 
+class UsedSoundBuffer : public tests::AudioRendererTest {};
+
+TEST_F(UsedSoundBuffer, IsSilencedWithoutSound) {
+    const auto renderer = MakeAudioRenderer();
+    group.soundBytes = 0x55;
+    EXPECT_TRUE(IsSilent(Pull(*renderer, kStart)));
+    EXPECT_TRUE(IsSilent(Pull(*renderer, kStart + 300'000)));
+}
+
+TEST_F(UsedSoundBuffer, IsSilencedWhileMuted) {
+    const auto renderer = MakeAudioRenderer();
+    group.soundBytes = 0x55;
+    renderer->SetAudioMuted(true);
+    EXPECT_TRUE(IsSilent(Pull(*renderer, kStart)));
+}
+
 class MutedRing : public tests::AudioRendererTest {};
 
 TEST_F(MutedRing, HoldsNoSoundFromBeforeTheMute) {
