@@ -1,7 +1,9 @@
 #include "host_runtime/media/BlockPool.h"
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <vector>
 
@@ -32,6 +34,17 @@ TEST(BlockPool, TellsFreshMemoryFromReused) {
     EXPECT_FALSE(second.fresh);
     EXPECT_EQ(second.memory, first.memory);
     pool.Give(second);
+}
+
+TEST(BlockPool, FreshMemoryIsThereBeforeItIsTouched) {
+    BlockPool pool;
+    const BlockPool::Block block = pool.Take(4 * kMebibyte);
+    ASSERT_TRUE(block.fresh);
+    std::vector<unsigned char> resident(block.size / 4096);
+    ASSERT_EQ(mincore(block.memory, block.size, resident.data()), 0);
+    EXPECT_EQ(
+        std::count_if(resident.begin(), resident.end(), [](unsigned char page) { return page % 2 == 0; }), 0);
+    pool.Give(block);
 }
 
 TEST(BlockPool, OfferingNothingBackIsHarmless) {
