@@ -29,8 +29,14 @@ TEST_F(SourceControls, MuteSurvivesARestart) {
     list->Add("10.0.0.1");
     list->SetAudioMuted("SOURCE-1", true);
     EndList();
+    plugin.reset();
+    factory = new fakes::FakeFactory(registry.Get(), fakes::MakePatternRenderer);
+    plugin = std::make_unique<SourcePlugin>(factory);
     MakeList();
-    EXPECT_TRUE(IsAudioMuted(*list->Restore("SOURCE-1")));
+    const auto source = list->Restore("SOURCE-1");
+    ASSERT_TRUE(source);
+    ASSERT_TRUE(source->AudioRenderer());
+    EXPECT_TRUE(IsAudioMuted(*source));
 }
 
 }  // namespace
