@@ -166,6 +166,16 @@ TEST_P(WebSocketSilence, CloseDropsEventsThatWaitForTheirTurn) {
     EXPECT_THAT(Reports(2), ElementsAre("open", "message hello"));
 }
 
+TEST_P(WebSocketSilence, FailuresOfAnEarlierOpenAreNotHeardAfterANewOne) {
+    ServeForEver();
+    const Gate released = HoldUpNetworkThread();
+    socket->open("nonsense", kLongEnough);
+    socket->close();
+    Open();  // connecting again when the failure gets its turn
+    released.Open();
+    EXPECT_THAT(Reports(2), ElementsAre("open", "message hello"));
+}
+
 TEST_P(WebSocketSilence, CloseInsideAHandlerStopsTheMessagesBehindIt) {
     Serve([](RawPeer& peer) {
         peer.AcceptWebSocket();
