@@ -1,4 +1,4 @@
-// What the panel asks of the host's resources, and the addresses and rates at the edges.
+// What the panel asks of the host's resources, and the smallest rate.
 #include "host/ui/ePurse.h"
 #include "host/ui/eResources.h"
 #include "plugin/CreatePanel.h"
@@ -7,7 +7,6 @@
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 class AskedResources final : public eResources {
 public:
@@ -33,18 +32,6 @@ TEST(PanelLayout, IsAskedForByFileFolderAndBundle) {
 }
 
 class PanelEdges : public tests::PanelFixture {};
-
-TEST_F(PanelEdges, EmptyAddressIsNotCompared) {
-    Activate("other", "");
-    factory->StartSession("other", R"({"sessionGuid":"other"})", "");
-    ASSERT_TRUE(factory->IsAddressInUse(""));
-    Build();
-    Type("");
-    PressConnect();
-    EXPECT_EQ(SettingsAddress(), "");
-    EXPECT_THAT(notification.values, ElementsAre(1U));
-    EXPECT_THAT(panel->TakeAlerts(), IsEmpty());
-}
 
 TEST_F(PanelEdges, RateOfNothingIsShown) {
     Build();
