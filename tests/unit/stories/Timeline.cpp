@@ -78,6 +78,10 @@ Script& Script::Reopens(int socket, const std::string& host) {
     return Add(Opening(socket, host));
 }
 
+Script& Script::FindsPhone(const std::string& host) {
+    return Add("log 0 The phone \"Petrel\" is in the network, at " + host + ".");
+}
+
 Script& Script::GivesUp() {
     Add("trace [rendezvous] - Websocket unable to reconnect - giving up\n");
     return Add("log 1 Rendezvous: Session connection failed. Attempt to reconnect failed.");

@@ -33,6 +33,7 @@ public:
     // Seconds since the story began; the microseconds matter.
     Script& At(double seconds);
 
+    Script& FindsPhone(const std::string& host = "10.0.0.20");  // by discovery
     Script& Starts(int socket, const std::string& host = "10.0.0.20");
     // The session was stopped, or replaces its socket: the one before goes once the new one has taken over.
     Script& Releases(int socket);

@@ -10,7 +10,11 @@ class DiscoveredPhone : public stories::Story {
 protected:
     static constexpr double kEver = kRevival + kConnect;
 
-    static Script Told() { return Script("phone-1"); }
+    static Script Told() {
+        Script script("phone-1");
+        script.At(0).FindsPhone();
+        return script;
+    }
     void Take() {
         DiscoveryReportsPhone();
         OperatorTakesPhone();
