@@ -56,10 +56,10 @@ void nxWebRtcSession::Stop() {
         const support::MutexLock lock(mutex);
         taken = std::exchange(socket, nullptr);
     }
+    NoteSocketEnded();  // first: a tally that goes out meanwhile is told again rather than lost
     // The connections of a direct session keep the socket, so releasing it would not close it.
     if (taken) taken->close();
     taken.reset();
-    NoteSocketEnded();
 
     std::vector<std::string> identifiers;
     for (const auto& connection : Connections()) {
