@@ -11,6 +11,8 @@ namespace {
 
 // Decoding runs ahead; only after a rewind something may have to be waited for.
 constexpr std::int64_t kLongestWaitNs = 5'000'000;
+// The first picture is decoded already and on its way; before it there is nothing to show.
+constexpr std::int64_t kLongestFirstWaitNs = 1'000'000'000;
 constexpr std::size_t kFrameBytes = kAudioChannels * sizeof(std::int16_t);
 
 }  // namespace
@@ -35,7 +37,8 @@ GstHandle<GstBuffer> FileVideoSource::NextPicture(std::int64_t) {
         shownThisRound = 0;
         decodedThisRound = 0;
     }
-    if (const GstHandle<GstSample> sample = file->Next(kLongestWaitNs)) {
+    if (const GstHandle<GstSample> sample =
+            file->Next(current != nullptr ? kLongestWaitNs : kLongestFirstWaitNs)) {
         current.reset(gst_buffer_ref(gst_sample_get_buffer(sample.get())));
         ++decodedThisRound;
     }
