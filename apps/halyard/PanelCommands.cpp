@@ -44,7 +44,10 @@ std::string Unquoted(std::string_view text) {
 }
 
 std::string Quoted(const std::string& text) {
-    return "\"" + host_runtime::Printable(text, host_runtime::LineFeeds::Replace) + "\"";
+    std::string quoted = "\"";
+    quoted += host_runtime::Printable(text, host_runtime::LineFeeds::Replace);
+    quoted += '"';
+    return quoted;
 }
 
 PanelCommands::Reply Say(std::string sentence) {
