@@ -124,6 +124,15 @@ TEST_F(RunScript, NothingOutlivesItWhenItIsKilled) {
         EXPECT_TRUE(child.EndsWithin(seconds(10)));
 }
 
+// What it starts would keep its output open, and the end of each round waits for that.
+TEST_F(RunScript, NothingOutlivesItWhenItIsKilledWhileItStarts) {
+    for (int round = 0; round < 20; ++round) {
+        ChildProcess run = Run({});
+        ASSERT_TRUE(run.WaitForOutput("Starting a simulated phone", seconds(10))) << run.Errors();
+        run.Signal(SIGKILL);
+    }
+}
+
 TEST_F(RunScript, AnExplicitSourceStartsNoPhone) {
     ChildProcess run = Run({"--source", "127.0.99.2", "--duration", "1", "--report", directory / "report"});
     EXPECT_EQ(run.WaitForEnd(seconds(10)), 1) << "nobody answers there";
