@@ -128,6 +128,7 @@ private:
             if (word.empty()) continue;
             // Sections of other protocols name their formats by words; they are refused later.
             if (!ToNumber(word, format.payload)) continue;
+            if (FormatOf(section, word) != nullptr) continue;  // named twice, it counts once
             if (format.payload < 0 || format.payload > 127) return Fail("a payload type is out of range");
             section.formats.push_back(std::move(format));
         }

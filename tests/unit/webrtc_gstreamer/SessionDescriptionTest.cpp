@@ -76,6 +76,16 @@ TEST(SessionDescription, UnknownParametersAreLeftOut) {
               (std::vector<std::string>{"packetization-mode=1", "sprop-parameter-sets=Z0LA,aM4="}));
 }
 
+TEST(SessionDescription, APayloadTypeNamedTwiceCountsOnce) {
+    std::string text = Answer();
+    text.replace(text.find("SAVPF 97 96"), 11, "SAVPF 97 96 096 97");
+    const auto answer = Parsed(text);
+    ASSERT_EQ(answer.media[0].formats.size(), 2U);
+    EXPECT_EQ(answer.media[0].formats[0].payload, 97);
+    EXPECT_EQ(answer.media[0].formats[1].payload, 96);
+    EXPECT_EQ(WhyNotAnAnswer(Parsed(Offer()), answer).value_or(""), "");
+}
+
 TEST(SessionDescription, SessionAttributesHoldForEverySection) {
     const auto offer = Parsed(Offer());
     for (const MediaSection& section : offer.media) {
