@@ -7,6 +7,7 @@
 #include <cstring>
 #include <map>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "fuzzers/Harness.h"
@@ -22,7 +23,7 @@ namespace {
 
 using fuzzing::Require;
 
-constexpr int kMostSteps = 96;
+constexpr int kMostSteps = 64;
 constexpr std::size_t kRingFrames = 48000;
 constexpr std::size_t kBlockFrames = 1600;
 constexpr std::size_t kGridPositions = kRingFrames / kBlockFrames;
@@ -31,16 +32,45 @@ constexpr std::int64_t kLongestPauseUs = 100'000'000'000;
 
 using StereoFrame = std::uint32_t;  // left in the low half
 
+// Sound whose frames are numbers, none of them silent, so that a block tells where it came from. A number
+// comes back only when the ring has long forgotten it; mono blocks of more than kMostMono frames are for
+// being refused.
+class NumberedSound {
+public:
+    static constexpr std::size_t kMostMono = 2000;
+
+    NumberedSound() {
+        for (std::size_t number = 0; number < stereo.size(); ++number)
+            stereo[number] = static_cast<StereoFrame>(number * 0x9E3779B1U | 1U);
+        for (std::size_t number = 0; number < mono.size(); ++number)
+            mono[number] = static_cast<std::int16_t>(number + 1);
+    }
+    void Restart() { nextStereo = nextMono = 0; }
+    const StereoFrame* Stereo(std::size_t count) { return Take(stereo, nextStereo, count); }
+    const std::int16_t* Mono(std::size_t count) { return Take(mono, nextMono, count); }
+
+private:
+    template <class Frames>
+    static const typename Frames::value_type* Take(const Frames& frames, std::size_t& next,
+                                                   std::size_t count) {
+        if (next + count > frames.size()) next = 0;
+        return frames.data() + std::exchange(next, next + count);
+    }
+
+    std::array<StereoFrame, 131072> stereo{};
+    std::array<std::int16_t, 65535> mono{};
+    std::size_t nextStereo = 0;
+    std::size_t nextMono = 0;
+};
+
+NumberedSound& Sound() {
+    static NumberedSound sound;
+    return sound;
+}
+
 // What the last second of accepted sound was, found without the renderer's own arithmetic.
 class HeardSound {
 public:
-    // Every frame carries a number of its own, mono ones the same in both channels; none is silent.
-    static StereoFrame FrameFor(std::uint64_t number, bool mono) {
-        if (!mono) return static_cast<StereoFrame>(number * 0x9E3779B1U | 1U);
-        const auto sample = static_cast<std::uint16_t>(number % 65535 + 1);
-        return (static_cast<StereoFrame>(sample) << 16) | sample;
-    }
-
     void Write(const std::vector<StereoFrame>& frames) {
         if (!frames.empty() && frames.size() <= kRingFrames) {
             const std::size_t start = total % kRingFrames;
@@ -49,13 +79,14 @@ public:
             std::memcpy(ring.data(), frames.data() + untilEnd,
                         (frames.size() - untilEnd) * sizeof(StereoFrame));
         }
+        gaps = gaps || frames.size() > kRingFrames;
         total += frames.size();
         dirty = dirty || !frames.empty();
     }
     void Forget() {
         if (dirty) ring.fill(0);
         total = 0;
-        dirty = false;
+        dirty = gaps = false;
     }
     // The position on the grid at which the ring holds this block, or -1.
     std::int64_t PositionOf(const StereoFrame* block) const {
@@ -67,6 +98,7 @@ public:
     }
 
     std::uint64_t total = 0;
+    bool gaps = false;  // counted, but not kept
 
 private:
     std::array<StereoFrame, kRingFrames> ring{};
@@ -91,6 +123,7 @@ public:
                    [](nxWebRtcAudioRenderer* counted) { counted->Release(); }),
           nowUs(bytes.ConsumeBool() ? 7'000'000'000 : bytes.ConsumeIntegral<std::int64_t>()) {
         Heard().Forget();
+        Sound().Restart();
         shared->videoReceived = bytes.ConsumeIntegralInRange(0, 7) != 0;
     }
 
@@ -127,15 +160,14 @@ public:
                 Pull(bytes.ConsumeIntegralInRange<std::uint64_t>(1, 4));
                 break;
             case 7:
-                if (bytes.ConsumeBool())
-                    Deliver(bytes.ConsumeIntegralInRange<std::size_t>(0, kMostFrames), bytes.ConsumeBool());
+                Deliver(bytes.ConsumeIntegralInRange<std::size_t>(0, kMostFrames));
                 break;
             case 8:
             case 9:
             case 10:
                 // As it should run: the sound of a thirtieth of a second, then a pull.
                 for (int count = bytes.ConsumeIntegralInRange(1, 12); count > 0; --count) {
-                    Deliver(kBlockFrames, false);
+                    Deliver(kBlockFrames);
                     nowUs = Later(33'333);
                     Pull(1);
                 }
@@ -144,9 +176,12 @@ public:
                 nowUs = Later(bytes.ConsumeIntegralInRange<std::int64_t>(0, 300'000));
                 Pull(bytes.ConsumeIntegralInRange<std::uint64_t>(1, 4));
                 break;
+            case 12:
+                DeliverMono(bytes.ConsumeIntegralInRange<std::size_t>(1, NumberedSound::kMostMono));
+                if (bytes.ConsumeIntegralInRange(0, 15) == 0) DeliverMono(kRingFrames + 1);
+                break;
             default:
-                Deliver(bytes.ConsumeIntegralInRange<std::size_t>(1, 2000),
-                        bytes.ConsumeIntegralInRange(0, 7) == 0);
+                Deliver(bytes.ConsumeIntegralInRange<std::size_t>(1, 2000));
         }
     }
 
@@ -163,22 +198,37 @@ private:
     }
 
     // The memory is exactly as long as the block says, so that reading on is noticed.
-    void Deliver(std::size_t count, bool mono) {
-        std::vector<StereoFrame> frames(count);
-        for (StereoFrame& frame : frames)
-            frame = HeardSound::FrameFor(nextNumber++, mono);
-        std::vector<std::int16_t> half(mono ? count : 0);
-        std::copy_n(frames.begin(), half.size(), half.begin());
+    void Deliver(std::size_t count) {
+        const StereoFrame* const numbered = Sound().Stereo(count);
+        const std::vector<StereoFrame> frames(numbered, numbered + count);
         vo_webrtc::voAudioData data;
-        data.samples = mono ? half.data() : reinterpret_cast<const std::int16_t*>(frames.data());
-        data.channels = mono ? 1 : 2;
+        data.samples = reinterpret_cast<const std::int16_t*>(frames.data());
+        data.channels = 2;
         data.frames = count;
         renderer->OnAudioData(data);
+        Expect(frames);
+    }
+
+    void DeliverMono(std::size_t count) {
+        const std::int16_t* const numbered = Sound().Mono(count);
+        const std::vector<std::int16_t> samples(numbered, numbered + count);
+        vo_webrtc::voAudioData data;
+        data.samples = samples.data();
+        data.channels = 1;
+        data.frames = count;
+        renderer->OnAudioData(data);
+        std::vector<StereoFrame> frames(count);
+        for (std::size_t index = 0; index < count; ++index)
+            frames[index] = static_cast<std::uint16_t>(samples[index]) * 0x10001U;
+        Expect(frames);
+    }
+
+    void Expect(const std::vector<StereoFrame>& frames) {
         if (shared && !shared->videoReceived) return;
         Heard().Write(frames);
         // A block beyond the ring is counted, not kept: positions say nothing about time until all is
         // forgotten.
-        if (count > kRingFrames) listening.clear();
+        if (frames.size() > kRingFrames) listening.clear();
     }
 
     void DeliverUnusable() {
@@ -232,7 +282,9 @@ private:
             return;
         }
         Require(!renderer->IsAudioMuted() && audioActive, "what is muted or inactive is silent");
-        Require(Heard().total > kBlockFrames, "what was not received is not heard");
+        const bool complete = std::find(block.begin(), block.end(), 0U) == block.end();
+        Require(Heard().total > kBlockFrames && (complete || Heard().gaps),
+                "what was not received is not heard");
         const std::int64_t position = Heard().PositionOf(block.data());
         Require(position >= 0, "a block is received sound, on the grid");
 
@@ -258,7 +310,6 @@ private:
     const std::shared_ptr<nxWebRtcAudioRenderer> renderer;
     std::int64_t nowUs;
     bool audioActive = true;
-    std::uint64_t nextNumber = 1;
     std::map<std::uint64_t, Listening> listening;
 };
 

@@ -103,7 +103,7 @@ public:
 private:
     void ConnectOwner() {
         session->onConnectionCreated = [this](const std::string& peer) { session->StartConnection(peer); };
-        session->onConnectionRemoved = [this](const std::string&) { ++removals; };
+        session->onConnectionRemoved = [](const std::string&) {};
         if (bytes.ConsumeBool()) {
             session->onJoinResponse = [this](const std::string& guid, const std::string&,
                                              const std::string&) {
@@ -194,7 +194,6 @@ private:
     const nxWebRtcSession::Mode mode;
     std::shared_ptr<nxWebRtcSession> session;
     std::int64_t socketMadeUs = 0;
-    int removals = 0;
 };
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <fuzzer/FuzzedDataProvider.h>
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -206,6 +207,13 @@ void RequirePicture(const vo_webrtc::voI420Frame& frame, nxBuffer2& buffer, bool
     buffer.UnlockPixels();
 }
 
+void RequireUntouched(nxBuffer2& buffer) {
+    const std::uint8_t* const bytes = buffer.Data();
+    Require(
+        std::all_of(bytes, bytes + buffer.DataSize(), [](std::uint8_t byte) { return byte == kUntouched; }),
+        "of an impossible frame nothing is written");
+}
+
 class Bench {
 public:
     explicit Bench(FuzzedDataProvider& data) : bytes(data) {
@@ -256,6 +264,7 @@ private:
         nxBuffer2* const buffer = Pulled(-5);
         if (!renderer->IsVideoMuted() && picture.valid)
             RequirePicture(picture.frame, *buffer, !group.useHost);
+        if (!renderer->IsVideoMuted() && !picture.valid && !group.useHost) RequireUntouched(*buffer);
         buffer->Release();
     }
 
