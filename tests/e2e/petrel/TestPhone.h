@@ -58,18 +58,28 @@ public:
         Settle();
     }
 
-    // A receiver that offers to this phone and hears it.
+    // A receiver that offers to this phone and hears it from the moment on when the phone takes the offer:
+    // an answer to an earlier offer is not for it.
     std::shared_ptr<TestReceiver> Offer(const std::string& videoFormat) {
-        auto receiver = std::make_shared<TestReceiver>(videoFormat, identity.peersIdentifier,
-                                                       [this](std::string text) { Say(std::move(text)); });
-        connection->SetListener(
-            support::WeakCallback(std::weak_ptr(receiver),
-                                  [](TestReceiver& self, const std::string& text) { self.OnMessage(text); }));
+        const auto itself = std::make_shared<std::weak_ptr<TestReceiver>>();
+        auto receiver = std::make_shared<TestReceiver>(
+            videoFormat, identity.peersIdentifier, [this, itself](std::string text) {
+                if (!text.starts_with(R"({"action":"masterMadeOffer")")) return Say(std::move(text));
+                Say(std::move(text), [to = connection, listener = *itself] {
+                    to->SetListener(support::WeakCallback(
+                        listener,
+                        [](TestReceiver& self, const std::string& message) { self.OnMessage(message); }));
+                });
+            });
+        *itself = receiver;
         receiver->Offer();
         return receiver;
     }
-    void Say(std::string text) {
-        studio.loop.Post([weak = weakClient, text = std::move(text)] {
+    // `justBefore` runs on the control thread, when the phone is about to take `text`.
+    void Say(
+        std::string text, std::function<void()> justBefore = [] {}) {
+        studio.loop.Post([weak = weakClient, text = std::move(text), justBefore = std::move(justBefore)] {
+            justBefore();
             if (const auto alive = weak.lock()) alive->OnMessage(text);
         });
     }
