@@ -18,14 +18,19 @@ struct Codec {
 };
 
 Codec VideoCodecName(VideoCodec codec) {
-    return codec == VideoCodec::H264 ? Codec{"H264", 90'000} : Codec{"VP8", 90'000};
+    return {EncodingName(codec), 90'000};
 }
 constexpr Codec kOpus{"opus", 48'000};
 
 // How well an offered format suits what the phone sends; 0 when not at all. The H264 encoder makes
-// constrained baseline, and its packets need mode 1 (RFC 6184 section 6.3).
+// constrained baseline, and its packets need mode 1 (RFC 6184 section 6.3). The VP9 encoder makes profile 0,
+// which a format without a profile means (RFC 9628 section 6).
 int Suitability(const SdpFormat& format, const Codec& codec) {
     if (!EqualsIgnoringCase(format.encoding, codec.name) || format.clockRate != codec.clockRate) return 0;
+    if (EqualsIgnoringCase(codec.name, "VP9")) {
+        const std::string profile = FormatParameter(format.parameters, "profile-id");
+        return profile.empty() || profile == "0" ? 1 : 0;
+    }
     if (!EqualsIgnoringCase(codec.name, "H264")) return 1;
     if (FormatParameter(format.parameters, "packetization-mode") != "1") return 0;
     const std::string profile = FormatParameter(format.parameters, "profile-level-id");

@@ -38,8 +38,8 @@ void OnElementAdded(GstBin*, GstBin*, GstElement* element, gpointer) {
 }
 
 GstElement* MakeVideoPayloader(VideoCodec codec) {
-    if (codec == VideoCodec::Vp8) {
-        GstElement* payloader = MakeElement("rtpvp8pay");
+    if (codec != VideoCodec::H264) {
+        GstElement* payloader = MakeElement(codec == VideoCodec::Vp8 ? "rtpvp8pay" : "rtpvp9pay");
         if (payloader != nullptr) gst_util_set_object_arg(G_OBJECT(payloader), "picture-id-mode", "15-bit");
         return payloader;
     }
@@ -62,7 +62,7 @@ void AddTransportSequence(GstElement* payloader, int identifier) {
 
 GstHandle<GstCaps> PacketCaps(const OfferedMedia& media, VideoCodec codec, guint ssrc) {
     const bool video = media.kind == OfferedMedia::Kind::Video;
-    const char* encoding = !video ? "OPUS" : codec == VideoCodec::H264 ? "H264" : "VP8";
+    const char* encoding = video ? EncodingName(codec) : "OPUS";
     GstCaps* caps = gst_caps_new_simple("application/x-rtp", "media", G_TYPE_STRING, media.mediaName.c_str(),
                                         "encoding-name", G_TYPE_STRING, encoding, "clock-rate", G_TYPE_INT,
                                         video ? 90'000 : kAudioRate, "payload", G_TYPE_INT, media.payloadType,

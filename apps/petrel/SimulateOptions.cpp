@@ -55,6 +55,18 @@ std::string CheckName(const std::string& name) {
 
 }  // namespace
 
+const char* EncodingName(VideoCodec codec) {
+    switch (codec) {
+        case VideoCodec::Vp8:
+            return "VP8";
+        case VideoCodec::Vp9:
+            return "VP9";
+        case VideoCodec::H264:
+            break;
+    }
+    return "H264";
+}
+
 CommandLine ReadCommandLine(int argc, const char* const* argv) {
     SimulateOptions options;
     std::string listen = options.addresses.front();
@@ -82,8 +94,8 @@ CommandLine ReadCommandLine(int argc, const char* const* argv) {
     simulate->add_option("--fps", options.framesPerSecond, "pictures per second (default 30)")
         ->check(CLI::Range(1, 120));
     std::string codec = "h264";
-    simulate->add_option("--codec", codec, "\"h264\" or \"vp8\" (default h264)")
-        ->check(CLI::IsMember({"h264", "vp8"}));
+    simulate->add_option("--codec", codec, "\"h264\", \"vp8\" or \"vp9\" (default h264)")
+        ->check(CLI::IsMember({"h264", "vp8", "vp9"}));
     simulate->add_option("--audio", options.audio, "\"beeps\", \"none\", or a file to loop (default beeps)");
     CLI::Option* name = simulate->add_option("--name", options.name,
                                              "user name (default: \"Petrel simulator\" and a number)");
@@ -101,7 +113,9 @@ CommandLine ReadCommandLine(int argc, const char* const* argv) {
         if (options.addresses.empty()) {
             throw CLI::ValidationError("--listen", "not an IPv4 address with room for all phones");
         }
-        options.codec = codec == "vp8" ? VideoCodec::Vp8 : VideoCodec::H264;
+        options.codec = codec == "vp9"   ? VideoCodec::Vp9
+                        : codec == "vp8" ? VideoCodec::Vp8
+                                         : VideoCodec::H264;
         if (announced->count() > 0) options.announce = announce;
         if (name->count() > 0) {
             const std::string problem = CheckName(options.name);

@@ -7,7 +7,10 @@
 
 namespace petrel {
 
-enum class VideoCodec { H264, Vp8 };
+enum class VideoCodec { H264, Vp8, Vp9 };
+
+// As in session descriptions.
+const char* EncodingName(VideoCodec codec);
 
 struct SimulateOptions {
     std::vector<std::string> addresses{"127.0.0.2"};  // one phone on each

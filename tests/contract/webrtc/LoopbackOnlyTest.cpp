@@ -70,7 +70,7 @@ TEST_P(LoopbackOnly, AnAnswerArrivesForThePhonesOffer) {
     EXPECT_TRUE(call.WaitForPictures(10));
 }
 
-INSTANTIATE_TEST_SUITE_P(Codecs, LoopbackOnly, testing::Values("H264", "VP8"));
+INSTANTIATE_TEST_SUITE_P(Codecs, LoopbackOnly, testing::Values("H264", "VP8", "VP9"));
 
 TEST(LoopbackOnlyServers, UnreachableOnesHoldUpNothing) {
     ASSERT_EQ(namespaceError, "");

@@ -28,6 +28,8 @@ TEST(Offer, AsksForOneVideoAndOneAudioTrackWithoutLocalTracks) {
     EXPECT_EQ(Occurrences(offer->text, "m=audio "), 1);
     EXPECT_EQ(Occurrences(offer->text, "a=recvonly"), 2);
     EXPECT_LT(offer->text.find("H264/90000"), offer->text.find("VP8/90000"));
+    EXPECT_LT(offer->text.find("VP8/90000"), offer->text.find("VP9/90000"));
+    EXPECT_TRUE(Contains(offer->text, "VP9/90000"));
     for (const char* payload : {"96", "97", "98"}) {
         for (const char* feedback : {" nack\r\n", " nack pli\r\n", " transport-cc\r\n"})
             EXPECT_TRUE(Contains(offer->text, std::string("a=rtcp-fb:") + payload + feedback))

@@ -60,6 +60,7 @@ BrowserPhone::BrowserPhone(const BrowserPhoneOptions& options) {
         "node",    KESTREL_BROWSER_PHONE, "--listen", options.address,
         "--video", options.cameraFile,    "--audio",  options.microphoneFile};
     if (!options.codec.empty()) arguments.insert(arguments.end(), {"--codec", options.codec});
+    if (options.onlyThatCodec) arguments.push_back("--only");
     child = Spawn(std::move(arguments), input[0], output[1]);
     close(input[0]);
     close(output[1]);

@@ -28,7 +28,8 @@ struct BrowserPhoneOptions {
     std::string address;
     std::string cameraFile;
     std::string microphoneFile;
-    std::string codec;  // empty leaves the choice to the browser
+    std::string codec;           // empty leaves the choice to the browser
+    bool onlyThatCodec = false;  // its answer names no other
 };
 
 class BrowserPhone {

@@ -4,7 +4,7 @@
 // Writes one JSON object per line to standard output for whoever started it; ends when its standard input
 // ends, or on SIGINT and SIGTERM.
 //
-//   browser_phone.js --listen ADDRESS --video FILE.y4m --audio FILE.wav [--codec NAME] [--size WxH] [--fps N]
+//   browser_phone.js --listen ADDRESS --video FILE.y4m --audio FILE.wav [--codec NAME [--only]] [--size WxH] [--fps N]
 'use strict';
 
 const fs = require('node:fs');
@@ -28,6 +28,7 @@ function readOptions() {
             video: { type: 'string' },
             audio: { type: 'string' },
             codec: { type: 'string', default: '' },
+            only: { type: 'boolean', default: false },
             size: { type: 'string', default: '640x360' },
             fps: { type: 'string', default: '30' },
             chromium: { type: 'string', default: '/usr/bin/chromium' },
@@ -92,6 +93,7 @@ async function openPage(browser, options, sendToHost) {
     const camera = await page.evaluate((wanted) => Phone.start(wanted), {
         identifier: kIdentifier,
         codec: options.codec,
+        only: options.only,
         width,
         height,
         framesPerSecond: Number(options.fps),

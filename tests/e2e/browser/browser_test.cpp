@@ -36,9 +36,9 @@ protected:
     }
     void TearDown() override { std::filesystem::remove_all(folder); }
 
-    void StartPhone(const std::string& codec) {
-        phone = std::make_unique<BrowserPhone>(
-            BrowserPhoneOptions{kAddress, folder / "camera.y4m", folder / "microphone.wav", codec});
+    void StartPhone(const std::string& codec, bool onlyThatCodec = false) {
+        phone = std::make_unique<BrowserPhone>(BrowserPhoneOptions{
+            kAddress, folder / "camera.y4m", folder / "microphone.wav", codec, onlyThatCodec});
         ASSERT_TRUE(phone->WaitFor("listening", kLaunchLimit)) << phone->Transcript();
     }
 
@@ -132,10 +132,20 @@ TEST_P(BrowserPicture, IsWhatItsCameraSaw) {
     ExpectTone();
 }
 
-INSTANTIATE_TEST_SUITE_P(OfEachCodec, BrowserPicture, testing::Values("", "H264", "VP8"),
+INSTANTIATE_TEST_SUITE_P(OfEachCodec, BrowserPicture, testing::Values("", "H264", "VP8", "VP9"),
                          [](const auto& test) {
                              return *test.param == '\0' ? std::string("AsItLikes") : std::string(test.param);
                          });
+
+// The offer names H.264 first; a phone that has no encoder for it answers with what it has.
+TEST_F(BrowserTest, MayAnswerWithVp9Alone) {
+    ASSERT_NO_FATAL_FAILURE(StartPhone("VP9", true));
+    ASSERT_NO_FATAL_FAILURE(Connect());
+    EXPECT_EQ(phone->Latest("answered").codec, "VP9") << phone->Transcript();
+    EXPECT_EQ(SentCodec(), "VP9");
+    const double sharpness = BestSharpness(kSharpEnough);
+    EXPECT_GE(sharpness, kSharpEnough);
+}
 
 TEST_F(BrowserTest, TallyLightFollowsTheHost) {
     ASSERT_NO_FATAL_FAILURE(StartPhone(""));

@@ -54,7 +54,9 @@ class HostLink {
         };
         await peer.setRemoteDescription({ type: offer.type, sdp: offer.sdp });
         for (const track of this.phone.stream.getTracks()) peer.addTrack(track, this.phone.stream);
+        if (this.phone.only) preferOnly(peer, this.phone.codec);
         await peer.setLocalDescription(await peer.createAnswer());
+        report({ event: 'answered', codec: videoCodecs(peer.localDescription.sdp).join(' ') });
         await this.shapeSending(peer);
         this.send({ action: 'gotAnswer', type: peer.localDescription.type, sdp: peer.localDescription.sdp });
         for (const candidate of this.waitingCandidates.splice(0)) await peer.addIceCandidate(candidate);
@@ -130,6 +132,22 @@ class HostLink {
     }
 }
 
+// The answer then names this codec alone, whatever stands first in the offer.
+function preferOnly(peer, codec) {
+    const wanted = `video/${codec}`.toLowerCase();
+    const known = RTCRtpReceiver.getCapabilities('video').codecs;
+    const only = known.filter((capability) => capability.mimeType.toLowerCase() === wanted);
+    for (const transceiver of peer.getTransceivers()) {
+        if (transceiver.sender.track?.kind === 'video') transceiver.setCodecPreferences(only);
+    }
+}
+
+// Of a description's video section, in its order.
+function videoCodecs(sdp) {
+    const section = sdp.split('m=').find((part) => part.startsWith('video')) || '';
+    return [...section.matchAll(/^a=rtpmap:\d+ ([^/]+)/gm)].map((match) => match[1]);
+}
+
 async function sendingVideo(peer) {
     const statistics = await peer.getStats();
     for (const entry of statistics.values()) {
@@ -154,6 +172,7 @@ const Phone = {
     async start(options) {
         this.identifier = options.identifier;
         this.codec = options.codec;
+        this.only = options.only;
         this.stream = await navigator.mediaDevices.getUserMedia({
             video: { width: options.width, height: options.height, frameRate: options.framesPerSecond },
             audio: { echoCancellation: false, noiseSuppression: false, autoGainControl: false },

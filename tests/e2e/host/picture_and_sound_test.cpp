@@ -51,7 +51,8 @@ TEST_P(PictureAndSound, ReachTheHost) {
 
 INSTANTIATE_TEST_SUITE_P(Codecs, PictureAndSound,
                          testing::Values(Case{"h264", "127.0.10.2", "1280x720", 1280, 720},
-                                         Case{"vp8", "127.0.10.3", "640x360", 640, 360}),
+                                         Case{"vp8", "127.0.10.3", "640x360", 640, 360},
+                                         Case{"vp9", "127.0.10.5", "1280x720", 1280, 720}),
                          [](const auto& testInfo) { return std::string(testInfo.param.codec); });
 
 TEST(StoredSource, RunsAgainAfterARestartOfTheHost) {

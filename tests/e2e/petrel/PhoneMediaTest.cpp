@@ -106,6 +106,15 @@ TEST_F(PhoneMedia, Vp8CarriesEveryStamp) {
     ExpectUnbroken(receiver->Pictures());
 }
 
+TEST_F(PhoneMedia, Vp9CarriesEveryStamp) {
+    StartStudio(SmallOptions(VideoCodec::Vp9));
+    TestPhone phone(Studio());
+    const auto receiver = phone.Offer("VP9");
+    ASSERT_TRUE(
+        receiver->WaitUntil([](const Pictures& pictures, const Sound&) { return pictures.size() >= 90; }));
+    ExpectUnbroken(receiver->Pictures());
+}
+
 TEST_F(PhoneMedia, BeepsOnceASecondOverAQuietTone) {
     StartStudio();
     TestPhone phone(Studio());

@@ -40,7 +40,7 @@ void OnElementAdded(GstBin*, GstBin*, GstElement* element, gpointer) {
 }  // namespace
 
 TestReceiver::TestReceiver(const std::string& videoFormat, std::string phonesIdentifier, Sender toPhone)
-    : identifier(std::move(phonesIdentifier)), send(std::move(toPhone)), isH264(videoFormat == "H264") {
+    : identifier(std::move(phonesIdentifier)), send(std::move(toPhone)), format(videoFormat) {
     const support::MutexLock lock(
         mutex);  // GStreamer's threads take it before they look at what is made here
     pipeline.reset(GST_ELEMENT(gst_object_ref_sink(gst_pipeline_new(nullptr))));
@@ -54,7 +54,7 @@ TestReceiver::TestReceiver(const std::string& videoFormat, std::string phonesIde
     g_signal_connect(webrtc, "on-ice-candidate", G_CALLBACK(OnCandidate), this);
     const std::string video =
         "application/x-rtp,media=video,clock-rate=90000,payload=96,encoding-name=" + videoFormat +
-        (isH264 ? ",packetization-mode=(string)1,profile-level-id=(string)42e01f" : "") +
+        (format == "H264" ? ",packetization-mode=(string)1,profile-level-id=(string)42e01f" : "") +
         ",rtcp-fb-nack=true,rtcp-fb-nack-pli=true,rtcp-fb-transport-cc=true,extmap-3=(string)" +
         petrel::kTransportSequenceUri;
     AddReceiving(webrtc, video.c_str());
@@ -162,7 +162,9 @@ void TestReceiver::OnPadAdded(GstElement*, GstPad* pad, gpointer data) {
     const std::string media =
         petrel::TextOf(gst_structure_get_string(gst_caps_get_structure(caps.get(), 0), "media"));
     if (media == "video") gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_BUFFER, OnVideoPacket, self, nullptr);
-    const std::string video = self->isH264 ? "rtph264depay ! avdec_h264" : "rtpvp8depay ! vp8dec";
+    const std::string video = self->format == "H264"  ? "rtph264depay ! avdec_h264"
+                              : self->format == "VP8" ? "rtpvp8depay ! vp8dec"
+                                                      : "rtpvp9depay ! vp9dec";
     const std::string description =
         media == "video" ? video + " ! videoconvert ! video/x-raw,format=I420 ! appsink name=out sync=false"
                          : "rtpopusdepay ! opusdec ! audioconvert ! audioresample ! "

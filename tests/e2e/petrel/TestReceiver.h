@@ -31,7 +31,7 @@ public:
     // Texts for the phone, on any thread.
     using Sender = std::function<void(std::string text)>;
 
-    // `videoFormat` is "H264" or "VP8".
+    // `videoFormat` is "H264", "VP8" or "VP9".
     TestReceiver(const std::string& videoFormat, std::string phonesIdentifier, Sender toPhone);
     ~TestReceiver();
 
@@ -66,7 +66,7 @@ private:
 
     const std::string identifier;
     const Sender send;
-    const bool isH264;
+    const std::string format;
     petrel::GstHandle<GstElement> pipeline;
     GstElement* webrtc = nullptr;
 

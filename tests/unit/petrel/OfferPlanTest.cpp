@@ -89,6 +89,19 @@ TEST(OfferPlan, TakesTheCodecThatThePhoneSends) {
     EXPECT_EQ(Plan(Both(), {VideoCodec::Vp8, true}).media[0].payloadType, 98);
 }
 
+TEST(OfferPlan, TakesVp9OfProfileZero) {
+    const WantedMedia vp9{VideoCodec::Vp9, true};
+    const std::string offer = Replaced(Both(), "VP8/90000", "VP9/90000");
+    EXPECT_EQ(Plan(offer, vp9).media[0].payloadType, 98) << "no profile means 0";
+    const auto withProfile = [&](const std::string& profile) {
+        return Plan(Replaced(offer, "a=rtpmap:98", "a=fmtp:98 profile-id=" + profile + "\r\na=rtpmap:98"),
+                    vp9);
+    };
+    EXPECT_EQ(withProfile("0").media[0].payloadType, 98);
+    EXPECT_EQ(withProfile("2").media[0].reply, Reply::Reject);
+    EXPECT_THAT(withProfile("2").media[0].refusal, HasSubstr("VP9"));
+}
+
 TEST(OfferPlan, PrefersTheBaselineProfile) {
     const std::string highFirst = Replaced(Replaced(Both(), "98 96 97 100", "100 98 96 97"),
                                            "profile-level-id=42e01f", "profile-level-id=42E01F");

@@ -48,6 +48,17 @@ TEST(SimulateOptions, AreRead) {
     EXPECT_TRUE(line.options->quiet);
 }
 
+TEST(SimulateOptions, KnowThreeCodecs) {
+    const auto codecOf = [](const char* name) {
+        const CommandLine line = Read({"simulate", "--codec", name});
+        return line.options ? std::string(petrel::EncodingName(line.options->codec)) : line.text;
+    };
+    EXPECT_EQ(codecOf("h264"), "H264");
+    EXPECT_EQ(codecOf("vp8"), "VP8");
+    EXPECT_EQ(codecOf("vp9"), "VP9");
+    EXPECT_FALSE(Read({"simulate", "--codec", "VP10"}).options);
+}
+
 struct BadLine {
     const char* description;
     std::vector<const char*> arguments;
