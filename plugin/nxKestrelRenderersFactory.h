@@ -96,6 +96,9 @@ public:
     // False: there is no such source, it was never connected to an address, or it has no connection.
     bool WatchStatistics(const std::string& sourceIdentifier, StatisticsCallback callback);
 
+    // Where discovery reports phones to be: addresses by peer identifier.
+    const std::map<std::string, std::string>& DiscoveredPeers() const { return discoveredPeers; }
+
     // Expires with the factory.
     std::weak_ptr<zObject> LifetimeToken() const { return lifetimeToken; }
 
@@ -109,7 +112,7 @@ private:
     static void RestartSession(nxWebRtcSession& session, const std::string& url,
                                const std::string& identifier);
 
-    std::map<std::string, std::string> discoveredPeers;  // address by peer identifier
+    std::map<std::string, std::string> discoveredPeers;
     std::map<std::string, std::string> directAddresses;  // by source identifier, wins over the settings
     nxSourceRegistry* const registry;                    // counted
     std::vector<SourceEntry> entries;                    // in the order of creation

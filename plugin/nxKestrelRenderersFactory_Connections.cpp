@@ -4,6 +4,7 @@
 
 #include "connection/nxWebRtcConnection.h"
 #include "host/core/zThread.h"
+#include "plugin/dialled_address.h"
 #include "plugin/direct_url.h"
 #include "plugin/null_text.h"
 #include "plugin/nxKestrelRenderersFactory.h"
@@ -23,12 +24,10 @@ void nxKestrelRenderersFactory::ConnectDirect(const char* sourceIdentifier, zRec
     const std::string identifier = TextOrEmpty(sourceIdentifier);
     const std::shared_ptr<nxWebRtcSession> session = FindSession(identifier);
     if (!session) return;
-    std::string address = settings.AsCString("kestrel_ip_address", "");
-    if (address.empty()) return;
-    if (const auto direct = directAddresses.find(identifier); direct != directAddresses.end()) {
-        address = direct->second;
-    }
-    const std::string url = DirectUrl(address);
+    const std::optional<std::string> address =
+        DialledAddress(identifier, settings.AsCString("kestrel_ip_address", ""), directAddresses);
+    if (!address) return;
+    const std::string url = DirectUrl(*address);
     if (url != session->Url()) RestartSession(*session, url, identifier);
 }
 
