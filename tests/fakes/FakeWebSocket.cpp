@@ -46,6 +46,7 @@ void FakeWebSocket::open(const char* url, double connectTimeoutSeconds) {
 }
 
 void FakeWebSocket::send(const char* text) {
+    if (whenSending) whenSending();
     const support::MutexLock lock(mutex);
     sent.emplace_back(text);
 }

@@ -1,6 +1,7 @@
 // A WebSocket client that only remembers what was asked of it; tests play the network.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -39,6 +40,9 @@ public:
     void Deliver(const std::string& text);
     void EndCleanly();
     void Lose(Error error);
+
+    // Called at the beginning of each send, on its thread. Set before others use the socket.
+    std::function<void()> whenSending;
 
     std::vector<Opening> Openings() const;
     std::vector<std::string> Sent() const;

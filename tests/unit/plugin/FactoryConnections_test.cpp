@@ -46,10 +46,12 @@ TEST_F(FactoryConnectDirect, NeedsAnEntryAndAnAddress) {
 }
 
 TEST_F(FactoryConnectDirect, DoesNotMoveAStartedSession) {
-    ActivateAndOpen("source");
+    const auto socket = ActivateAndOpen("source");
     zRecord moved = DirectSettings("127.0.0.9");
     factory->ConnectDirect("source", moved);
     EXPECT_EQ(UrlOf("source"), kUrl);
+    EXPECT_EQ(socket->CloseCount(), 0);
+    EXPECT_EQ(FakeWebSocket::MadeCount(), 1U);
     factory->StopSession("source");
     factory->ConnectDirect("source", moved);
     EXPECT_EQ(UrlOf("source"), "ws://127.0.0.9:9001/");
@@ -132,6 +134,19 @@ TEST_F(FactoryJoin, GoesToTheFirstEntryThatKnowsThePhone) {
     EXPECT_THAT(second->TakeSent(), IsEmpty());
 }
 
+TEST_F(FactoryJoin, OfAnotherPhoneMakesTheSourceForgetTheOneBefore) {
+    const auto first = ActivateAndOpen("first", "127.0.0.2");
+    const auto second = ActivateAndOpen("second", "127.0.0.3");
+    Join(first, "old", "first");
+    Join(first, "new", "first");
+    EXPECT_EQ(FakeWebRtc::PeerConnections().size(), 2U);
+    second->TakeSent();
+    Join(second, "old", "second");
+    ASSERT_EQ(FakeWebRtc::PeerConnections().size(), 3U);
+    FakeWebRtc::LatestPeerConnection()->OfferCreated("v=0", "offer");
+    EXPECT_EQ(second->TakeSent().size(), 1U);
+}
+
 TEST_F(FactoryJoin, StartsNothingForAnEmptyIdentifier) {
     Join(ActivateAndOpen("source"), "", "source");
     EXPECT_THAT(FakeWebRtc::PeerConnections(), IsEmpty());
@@ -163,6 +178,20 @@ TEST_F(FactoryJoin, ReportsAreHandedToTheJoinListeners) {
 TEST_F(FactoryJoin, ChangeListenersAreKeptAndReleased) {
     const auto owner = std::make_shared<zObject>();
     factory->AddChangeListener(owner, [] {});
+    EXPECT_EQ(owner.use_count(), 2);
+    factory->RemoveChangeListener(owner, {});
+    EXPECT_EQ(owner.use_count(), 1);
+}
+
+TEST_F(FactoryJoin, ListenersAreRemovedFromTheirOwnSetOnly) {
+    const auto owner = std::make_shared<zObject>();
+    factory->AddChangeListener(owner, [] {});
+    factory->AddWithdrawListener(owner, [](const char*) {});
+    factory->AddJoinListener(owner, [](const char*, const char*, const char*) {});
+    EXPECT_EQ(owner.use_count(), 4);
+    factory->RemoveWithdrawListener(owner, {});
+    EXPECT_EQ(owner.use_count(), 3);
+    factory->RemoveJoinListener(owner, {});
     EXPECT_EQ(owner.use_count(), 2);
     factory->RemoveChangeListener(owner, {});
     EXPECT_EQ(owner.use_count(), 1);
@@ -210,9 +239,12 @@ TEST_F(FactoryRenderers, MadeAfterThePhoneJoinedUseItsConnection) {
 }
 
 TEST_F(FactoryRenderers, AreNotMadeForAnUnknownSource) {
-    std::shared_ptr<nxRenderer2> result = Renderer("unknown", "vido");
-    EXPECT_EQ(result, nullptr);
+    EXPECT_EQ(Renderer("unknown", "vido"), nullptr);
     EXPECT_EQ(nxWebRtcConnection::Alive(), 0);
+    Activate("source");
+    std::shared_ptr<nxRenderer2> result = Renderer("source", "vido");
+    factory->CreateRenderer(result, "unknown", FourCC("vido"), buffers);
+    EXPECT_EQ(result, nullptr);
 }
 
 TEST_F(FactoryRenderers, OfAnotherMediaTypeAreNotMadeButTheConnectionIs) {

@@ -1,8 +1,4 @@
-#include "host/renderer/nxHostNotification.h"
 #include "host/renderer/nxSourceTypeInfo.h"
-#include "host/ui/eDynamicGlass.h"
-#include "host/ui/ePurse.h"
-#include "host/ui/eView.h"
 #include "session/nxWebRtcSession.h"
 #include "tests/unit/plugin/FactoryTest.h"
 
@@ -43,7 +39,8 @@ TEST_F(FactoryInterfaces, AreConfirmedWithoutAReferenceWhenNobodyTakesThem) {
 
 TEST_F(FactoryInterfaces, AreNamedExactly) {
     for (const char* name :
-         {"nxxisourcegui", "NXXISOURCEGUI", "nxXISourceGUI ", "nxXISource", "", "nonsense"}) {
+         {"nxxisourcegui", "NXXISOURCEGUI", "nxXISourceGUI ", "nxXISource", "nxxisourceproperties",
+          "NXWEBRTCRENDERERXI", "nxKestrelRendererXi", "", "nonsense"}) {
         void* out = this;
         EXPECT_NE(factory->QueryInterface(name, &out), kStatusOk) << name;
         EXPECT_EQ(out, nullptr) << name;
@@ -119,61 +116,6 @@ TEST_F(FactoryLife, LeavesNoJobBehind) {
     EXPECT_EQ(fakes::FakeWebSocket::MadeCount(), 1U);
 }
 
-// Where the plug-in looks for its panel's layout.
-class RecordedResources final : public ePurse, public eResources {
-public:
-    eResources* Resources() override { return this; }
-    zStatus ReadPluginXMLFile(zRecord& record, const char* fileName, const char* resourceFolder,
-                              const char* bundleIdentifier) override {
-        asked = {fileName, resourceFolder, bundleIdentifier};
-        if (withLayout) record.AddChild().SetElementName("view");
-        return status;
-    }
-
-    std::vector<std::string> asked;
-    bool withLayout = true;
-    zStatus status = kStatusOk;
-};
-
-class IgnoredNotification final : public nxHostNotification {
-public:
-    void Notify(std::uint32_t) override {}
-};
-
-class FactoryPanelLayout : public tests::FactoryTest {
-protected:
-    // How many views the panel got.
-    std::size_t Build() {
-        eView parent{zRecord()};
-        zRecord settings;
-        IgnoredNotification notification;
-        eDynamicGlass* made = nullptr;
-        EXPECT_EQ(factory->CreateSourceGUI(&resources, &parent, settings, &notification, "source", &made),
-                  kStatusOk);
-        const std::unique_ptr<eDynamicGlass> panel(made);
-        EXPECT_NE(panel, nullptr);
-        return parent.Children().size();
-    }
-
-    RecordedResources resources;
-};
-
-TEST_F(FactoryPanelLayout, IsReadByTheNamesOfThePlugin) {
-    EXPECT_EQ(Build(), 1U);
-    EXPECT_THAT(resources.asked, testing::ElementsAre("kestrel_gui.xml", "Sources\\Kestrel",
-                                                      "net.brindle.halyard.Kestrel-plugin"));
-}
-
-TEST_F(FactoryPanelLayout, WithoutAFirstElementLeavesAPanelWithoutViews) {
-    resources.withLayout = false;
-    EXPECT_EQ(Build(), 0U);
-}
-
-TEST_F(FactoryPanelLayout, IsNotTakenFromAReadingThatFailed) {
-    resources.status = kStatusFailed;
-    EXPECT_EQ(Build(), 0U);
-}
-
 class FactoryAnswers : public tests::FactoryTest {};
 
 TEST_F(FactoryAnswers, DescribeTheKindOfSource) {
@@ -211,7 +153,7 @@ TEST_F(FactoryAnswers, AreThoseOfAPlainSourcePlugin) {
     EXPECT_EQ(host.LatencyFrames(), 0);
     EXPECT_FALSE(host.IsOffline());
     host.SourceNotification("source");
-    host.ReleaseNotification(std::make_shared<zObject>());
+    EXPECT_EQ(nxWebRtcSession::Alive(), 0);
 
     nxWebRtcRendererXI& sessions = *factory;
     sessions.SessionNotification();
@@ -223,6 +165,13 @@ TEST_F(FactoryAnswers, AreThoseOfAPlainSourcePlugin) {
     EXPECT_FALSE(sessions.HasChatList());
     EXPECT_TRUE(sessions.IsDirectMode());
     static_cast<nxXISourceProperties*>(factory)->PropertyChanged();
+}
+
+TEST_F(FactoryAnswers, DropTheReferenceOfAReleaseNotification) {
+    auto object = std::make_shared<zObject>();
+    const std::weak_ptr<zObject> watched = object;
+    factory->ReleaseNotification(std::move(object));
+    EXPECT_TRUE(watched.expired());
 }
 
 TEST_F(FactoryAnswers, ReleaseWhatIsHandedOver) {

@@ -98,6 +98,55 @@ TEST_F(FactoryActivation, OfASourceWhosePhoneJoinedStartsItsConnectionOnlyOnce) 
     EXPECT_EQ(UrlOf("source"), kUrl);
 }
 
+TEST_F(FactoryActivation, OfAJoinedPhoneStartsTheConnectionThatCouldNotBeMadeBefore) {
+    const auto socket = ActivateAndOpen("source");
+    FakeWebRtc::RefusePeerConnections();
+    Join(socket, "phone", "source");
+    FakeWebRtc::Forget();
+    Activate("source");
+    ASSERT_EQ(FakeWebRtc::PeerConnections().size(), 1U);
+    EXPECT_EQ(FakeWebRtc::LatestPeerConnection()->CountOfCalls("CreateOffer"), 1);
+    EXPECT_EQ(FakeWebSocket::MadeCount(), 1U);
+}
+
+TEST_F(FactoryActivation, TellsIdentifiersApartByLetterCase) {
+    Activate("source", "127.0.0.2");
+    Activate("Source", "127.0.0.3");
+    EXPECT_EQ(nxWebRtcSession::Alive(), 2);
+    EXPECT_EQ(UrlOf("source"), "ws://127.0.0.2:9001/");
+    EXPECT_EQ(UrlOf("Source"), "ws://127.0.0.3:9001/");
+}
+
+TEST_F(FactoryActivation, PutsTheIdentifierIntoThePayloadAsItIs) {
+    Activate(R"(a","ownerKey":"key)");
+    Open(Socket());
+    EXPECT_THAT(
+        Socket()->Sent(),
+        ElementsAre(R"({"action":"joinMaster","ownerKey":"key","sessionGuid":"a","username":"Halyard"})"));
+}
+
+TEST_F(FactoryActivation, KeepsThePeerIdentifierWhenTheSettingsNameNone) {
+    zRecord settings = DiscoveredSettings("peer", kAddress);
+    factory->ActivateSource("source", settings);
+    zRecord nameless = DiscoveredSettings("", kAddress);
+    factory->ActivateSource("source", nameless);
+    zRecord lost = Discovery("peer");
+    factory->PeerLost(lost);
+    EXPECT_EQ(nxWebRtcSession::Alive(), 0);
+}
+
+TEST_F(FactoryActivation, StartsTheSweepBeforeItDials) {
+    zRecord bad = DirectSettings(kAddress);
+    EXPECT_ANY_THROW(factory->ActivateSource("a\"b", bad));
+    nxSourceDescription description;
+    zRecord settings;
+    factory->NewSource(description, settings);
+    factory->StartSession(description.identifier.c_str(), R"({"sessionGuid":"x"})", kAddress);
+    EXPECT_EQ(FakeWebSocket::MadeCount(), 1U);
+    time.AdvanceBy(6 * kSecondUs);
+    EXPECT_EQ(FakeWebSocket::MadeCount(), 2U);
+}
+
 TEST_F(FactoryActivation, LetsErrorsOfABadIdentifierOut) {
     zRecord settings = DirectSettings(kAddress);
     EXPECT_ANY_THROW(factory->ActivateSource("a\"b", settings));
@@ -137,6 +186,9 @@ TEST_F(FactorySweep, BringsALostPhoneBack) {
     time.AdvanceBy(6 * kSecondUs);
     EXPECT_EQ(FakeWebSocket::MadeCount(), 2U);
     Open(Socket());
+    EXPECT_THAT(
+        Socket()->Sent(),
+        ElementsAre(R"({"action":"joinMaster","ownerKey":"","sessionGuid":"source","username":"Halyard"})"));
     time.AdvanceBy(60 * kSecondUs);
     EXPECT_EQ(FakeWebSocket::MadeCount(), 2U);
 }
@@ -207,157 +259,6 @@ TEST_F(FactorySweep, SurvivesChangesOfTheListMeanwhile) {
     EXPECT_EQ(registry.onWithdraw, nullptr);
     EXPECT_EQ(nxWebRtcSession::Alive(), 51);
     EXPECT_EQ(FakeWebSocket::MadeCount(), 2U);
-}
-
-class FactoryDiscovery : public tests::FactoryTest {};
-
-TEST_F(FactoryDiscovery, AnnouncesAPhone) {
-    zRecord record = Discovery("peer", "192.168.1.20", "9001", "My phone");
-    factory->PeerDiscovered(record);
-    ASSERT_EQ(registry.announced.size(), 1U);
-    const auto& [description, settings] = registry.announced[0];
-    EXPECT_EQ(description.identifier, "peer");
-    EXPECT_EQ(description.displayName, "My phone");
-    EXPECT_EQ(description.typeName, "iOS Cam - Petrel");
-    EXPECT_EQ(description.typeIdentifier, kTypeIdentifier);
-    EXPECT_EQ(description.kind, 3U);
-    EXPECT_EQ(description.category, 4U);
-    EXPECT_TRUE(settings.AsBool("autoDiscovered", false));
-    EXPECT_STREQ(settings.AsCString("kestrel_peer_identifier", ""), "peer");
-    EXPECT_STREQ(settings.AsCString("kestrel_ip_address", ""), "192.168.1.20:9001");
-    EXPECT_FALSE(settings.Has("unique_id"));
-    EXPECT_EQ(nxWebRtcSession::Alive(), 0);
-}
-
-TEST_F(FactoryDiscovery, CallsANamelessPhoneNone) {
-    zRecord record = Discovery("peer", "192.168.1.20", "9001", "");
-    factory->PeerDiscovered(record);
-    EXPECT_EQ(registry.announced.at(0).description.displayName, "None");
-}
-
-TEST_F(FactoryDiscovery, LeavesAMissingPortOut) {
-    zRecord record = Discovery("peer", "192.168.1.20", "");
-    factory->PeerDiscovered(record);
-    EXPECT_STREQ(registry.announced.at(0).settings.AsCString("kestrel_ip_address", ""), "192.168.1.20");
-}
-
-TEST_F(FactoryDiscovery, AnnouncesAgainWithTheNewAddress) {
-    zRecord first = Discovery("peer", "192.168.1.20");
-    zRecord second = Discovery("peer", "192.168.1.30");
-    factory->PeerDiscovered(first);
-    factory->PeerDiscovered(second);
-    ASSERT_EQ(registry.announced.size(), 2U);
-    EXPECT_STREQ(registry.announced[1].settings.AsCString("kestrel_ip_address", ""), "192.168.1.30:9001");
-}
-
-TEST_F(FactoryDiscovery, IgnoresRecordsWithoutAPeerIdentifier) {
-    zRecord empty;
-    zRecord childless;
-    childless.SetCString("host", "192.168.1.20");
-    zRecord unnamed = Discovery("");
-    for (zRecord* record : {&empty, &childless, &unnamed}) {
-        factory->PeerDiscovered(*record);
-        factory->PeerLost(*record);
-    }
-    EXPECT_THAT(registry.announced, IsEmpty());
-    EXPECT_THAT(registry.withdrawn, IsEmpty());
-    EXPECT_THAT(trace, IsEmpty());
-}
-
-TEST_F(FactoryDiscovery, WithdrawsALostPhone) {
-    zRecord record = Discovery("peer");
-    factory->PeerLost(record);
-    ASSERT_EQ(registry.withdrawn.size(), 1U);
-    const auto& [description, flag] = registry.withdrawn[0];
-    EXPECT_EQ(description.identifier, "peer");
-    EXPECT_EQ(description.typeIdentifier, kTypeIdentifier);
-    EXPECT_EQ(flag, 1U);
-}
-
-TEST_F(FactoryDiscovery, EndsTheSourcesOfALostPhoneAndNoOthers) {
-    Activate("first", "");
-    zRecord settings = DiscoveredSettings("peer", "192.168.1.20");
-    factory->ActivateSource("peer", settings);
-    factory->ActivateSource("same phone", settings);
-    Activate("last", "");
-    EXPECT_EQ(nxWebRtcSession::Alive(), 4);
-    zRecord record = Discovery("peer");
-    factory->PeerLost(record);
-    EXPECT_EQ(nxWebRtcSession::Alive(), 2);
-    EXPECT_THAT(registry.WithdrawnIdentifiers(), ElementsAre("peer"));
-    EXPECT_EQ(UrlOf("peer"), "");
-    zRecord direct = DirectSettings("192.168.1.50");
-    factory->ConnectDirect("first", direct);
-    EXPECT_EQ(UrlOf("first"), "ws://192.168.1.50:9001/");
-}
-
-TEST_F(FactoryDiscovery, EndsADirectSourceThatWasGivenAPeerIdentifier) {
-    Join(ActivateAndOpen("source"), "phone", "source");
-    const auto socket = Socket();
-    zRecord settings;
-    settings.SetCString("kestrel_peer_identifier", "source");
-    EXPECT_EQ(factory->ActivateSource("source", settings), kStatusOk);
-    zRecord record = Discovery("source");
-    factory->PeerLost(record);
-    EXPECT_EQ(nxWebRtcSession::Alive(), 0);
-    EXPECT_EQ(socket->CloseCount(), 1);
-    EXPECT_FALSE(factory->IsAddressInUse(kAddress));
-}
-
-TEST_F(FactoryDiscovery, ReplacesThePeerIdentifierOfASource) {
-    zRecord settings = DiscoveredSettings("old", "192.168.1.20");
-    factory->ActivateSource("source", settings);
-    zRecord newer = DiscoveredSettings("new", "192.168.1.20");
-    factory->ActivateSource("source", newer);
-    zRecord old = Discovery("old");
-    factory->PeerLost(old);
-    EXPECT_EQ(nxWebRtcSession::Alive(), 1);
-    zRecord current = Discovery("new");
-    factory->PeerLost(current);
-    EXPECT_EQ(nxWebRtcSession::Alive(), 0);
-}
-
-class FactoryWithdrawal : public tests::FactoryTest {};
-
-TEST_F(FactoryWithdrawal, FollowsThePhonesLeave) {
-    const auto owner = std::make_shared<zObject>();
-    std::vector<std::string> told;
-    factory->AddWithdrawListener(owner, [&](const char* identifier) {
-        told.push_back(identifier);
-        EXPECT_EQ(registry.withdrawn.size(), told.size());  // the host hears of it first
-    });
-    const auto socket = ActivateAndOpen("source");
-    Join(socket, "phone", "source");
-    Deliver(socket, R"({"action":"peerDisconnected","peersIdentifier":"phone"})");
-    EXPECT_THAT(registry.WithdrawnIdentifiers(), ElementsAre("phone"));
-    EXPECT_EQ(registry.withdrawn[0].flag, 1U);
-    EXPECT_THAT(told, ElementsAre("phone"));
-    Close(socket);
-    EXPECT_THAT(told, ElementsAre("phone", "phone"));
-
-    factory->RemoveWithdrawListener(owner, {});
-    factory->StopSession("source");
-    EXPECT_EQ(registry.withdrawn.size(), 3U);
-    EXPECT_EQ(told.size(), 2U);
-}
-
-class FactoryAddressInUse : public tests::FactoryTest {};
-
-TEST_F(FactoryAddressInUse, AsksEverySession) {
-    EXPECT_FALSE(factory->IsAddressInUse(kAddress));
-    Activate("one", "127.0.0.2");
-    Activate("two", "127.0.0.3");
-    Activate("three", "");
-    EXPECT_TRUE(factory->IsAddressInUse("127.0.0.2"));
-    EXPECT_TRUE(factory->IsAddressInUse("ws://127.0.0.3:80/"));
-    EXPECT_FALSE(factory->IsAddressInUse("127.0.0.4"));
-    EXPECT_FALSE(factory->IsAddressInUse(nullptr));
-}
-
-TEST_F(FactoryAddressInUse, CountsAStoppedSession) {
-    Activate("source");
-    factory->StopSession("source");
-    EXPECT_TRUE(factory->IsAddressInUse(kAddress));
 }
 
 }  // namespace

@@ -33,11 +33,16 @@ TEST_F(FactoryStatistics, AreRefusedForASourceThatNeverHadAnAddress) {
 
 TEST_F(FactoryStatistics, OfAConnectingSourceAreZerosAndDisconnected) {
     Activate("source");
-    lastStats.bytesReceived = 7;
+    lastStats = {1, 2, 3, 4, 5, 6, 7};
     EXPECT_TRUE(Watch("source"));
     EXPECT_EQ(answers, 1);
     EXPECT_EQ(lastState, State::Disconnected);
+    EXPECT_EQ(lastStats.stateCode1 + lastStats.stateCode2, 0U);
+    EXPECT_EQ(lastStats.timestampUs, 0);
+    EXPECT_EQ(lastStats.counter1, 0);
     EXPECT_EQ(lastStats.bytesReceived, 0);
+    EXPECT_EQ(lastStats.counter3, 0);
+    EXPECT_EQ(lastStats.counter4, 0);
 }
 
 TEST_F(FactoryStatistics, OfALostSourceAreDisconnected) {

@@ -20,7 +20,10 @@ public:
         std::uint32_t flag = 0;
     };
 
-    void AddRef() override { ++references; }
+    void AddRef() override {
+        if (onAddRef) onAddRef();
+        ++references;
+    }
     void Release() override {
         --references;
         ++releases;
@@ -45,6 +48,7 @@ public:
     int releases = 0;
     std::vector<Announcement> announced;
     std::vector<Withdrawal> withdrawn;
+    std::function<void()> onAddRef;
     std::function<void()> onRelease;
     std::function<void()> onWithdraw;
 };

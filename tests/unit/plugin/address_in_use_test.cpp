@@ -64,9 +64,4 @@ TEST(AddressInUse, ResolvesOnlyWhenNothingElseMatched) {
     EXPECT_EQ(lookUps, 0);
 }
 
-TEST(AddressInUse, AResolvedAddressOfOneCharacterIsNone) {
-    EXPECT_EQ(ResolveHost(""), "");
-    EXPECT_EQ(ResolveHost("127.0.0.2"), "127.0.0.2");
-}
-
 }  // namespace
