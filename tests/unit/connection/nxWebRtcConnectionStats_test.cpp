@@ -23,7 +23,10 @@ TEST_F(ConnectionStats, NeverStartedConnectionAnswersAtOnceWithZeros) {
     EXPECT_EQ(received[0].stateCode1, 0U);
     EXPECT_EQ(received[0].stateCode2, 0U);
     EXPECT_EQ(received[0].timestampUs, 0);
+    EXPECT_EQ(received[0].counter1, 0);
     EXPECT_EQ(received[0].bytesReceived, 0);
+    EXPECT_EQ(received[0].counter3, 0);
+    EXPECT_EQ(received[0].counter4, 0);
 }
 
 TEST_F(ConnectionStats, StartedConnectionAnswersWhenTheLibraryDoes) {

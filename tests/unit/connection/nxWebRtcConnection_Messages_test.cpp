@@ -1,4 +1,5 @@
 #include <nlohmann/json.hpp>
+#include <thread>
 
 #include "tests/unit/connection/ConnectionTest.h"
 
@@ -73,6 +74,20 @@ TEST_F(ConnectionMessages, SendsGoToTheNewestSocket) {
     Peer()->OfferCreated("v=0", "offer");
     EXPECT_THAT(socket->Sent(), IsEmpty());
     EXPECT_EQ(next->Sent().size(), 1U);
+}
+
+TEST_F(ConnectionMessages, AreSentOnTheThreadOfTheCallback) {
+    const auto connection = MakeStarted();
+    std::vector<std::thread::id> sendingThreads;
+    socket->whenSending = [&sendingThreads] { sendingThreads.push_back(std::this_thread::get_id()); };
+    std::thread library([] {
+        Peer()->OfferCreated("v=0", "offer");
+        Peer()->AnswerCreated("v=0", "answer");
+        Peer()->CandidateGathered("a", "0", "0");
+    });
+    const std::thread::id expected = library.get_id();
+    library.join();
+    EXPECT_THAT(sendingThreads, ElementsAre(expected, expected, expected));
 }
 
 TEST_F(ConnectionMessages, NothingIsSentWithoutASocket) {

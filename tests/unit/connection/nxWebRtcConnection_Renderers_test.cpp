@@ -85,6 +85,23 @@ TEST_F(ConnectionRenderers, SecondStreamTakesOver) {
     EXPECT_EQ(second.AudioSinks(), 1U);
 }
 
+TEST_F(ConnectionRenderers, StreamReachesThePictureBeforeTheSound) {
+    const auto connection = MakeStarted();
+    connection->GetVideoRenderer(group);
+    connection->GetAudioRenderer(group);
+    const Remote first;
+    const Remote second;
+    Peer()->AddStream(first.stream);
+    std::vector<std::string> moved;
+    FakeVideoTrack::Of(first.video).sinks.BeforeRemove([&moved] { moved.emplace_back("picture"); });
+    FakeAudioTrack::Of(first.audio).sinks.BeforeRemove([&] {
+        moved.emplace_back("sound");
+        EXPECT_EQ(second.VideoSinks(), 1U);
+    });
+    Peer()->AddStream(second.stream);
+    EXPECT_EQ(moved, (std::vector<std::string>{"picture", "sound"}));
+}
+
 TEST_F(ConnectionRenderers, StreamThatArrivesWhileAnOlderOneIsAttachedWins) {
     const auto connection = MakeStarted();
     const Remote first;

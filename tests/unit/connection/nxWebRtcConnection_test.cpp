@@ -41,8 +41,17 @@ TEST_F(Connection, StartAddsTheLocalTracksThatItsFlagsAskFor) {
     EXPECT_THAT(Peer()->Calls(), ElementsAre("SetObserver", "CreateOffer"));
 }
 
+TEST_F(Connection, StartKeepsNeitherTheLocalTracksNorTheirStream) {
+    const auto connection = Make();
+    const std::int64_t before = FakeWebRtc::LivingObjects();
+    connection->Start(factory->CreateVideoTrackSource(), 3);
+    EXPECT_EQ(FakeWebRtc::LivingObjects() - before, 2) << "the observer and the peer connection";
+}
+
 TEST_F(Connection, EmptyIceTextIsOnePublicStunServer) {
+    const tests::TraceCapture trace;
     const auto connection = MakeStarted("");
+    EXPECT_THAT(trace.Notes(), IsEmpty()) << "not worth a word";
     EXPECT_THAT(Peer()->iceServers, ElementsAre(FakeIceServer{kFallbackStunUrl, "", ""}));
 }
 
