@@ -1,0 +1,88 @@
+// The library calls back on threads of its own, whoever's call it was that led to it.
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "tests/contract/webrtc/Call.h"
+#include "webrtc/voDebug.h"
+
+namespace contract {
+namespace {
+
+class LineSink : public voDebug::Logging {
+public:
+    explicit LineSink(std::function<void(const char*)> handleLine)
+        : Logging(Delete), handle(std::move(handleLine)) {}
+    void OnLogLine(const char* line) override { handle(line); }
+
+private:
+    const std::function<void(const char*)> handle;
+};
+
+// Notes what was called back, and whether on the thread of the test.
+class Threads : public testing::Test {
+protected:
+    static constexpr const char* kOnTheCallersThread = "on the caller's thread";
+
+    void Note(const std::string& what) {
+        called.Add(std::this_thread::get_id() == own ? kOnTheCallersThread : what, what);
+    }
+    void ExpectNoneOnTheCallersThread() {
+        EXPECT_EQ(called.Count(kOnTheCallersThread), 0U);
+        for (const Record::Entry& entry : called.All()) {
+            if (entry.what != kOnTheCallersThread) continue;
+            ADD_FAILURE() << entry.text;
+            break;
+        }
+    }
+
+    const std::thread::id own = std::this_thread::get_id();
+    Record called;
+};
+
+TEST_F(Threads, OfObserversStatisticsAndSinksAreTheLibrarys) {
+    Call call;
+    call.onEvent = [this](const std::string& what) { Note(what); };
+    call.connection->AddIceCandidate("nonsense", "", 0);
+    call.connection->SetRemoteDescription("nonsense", "answer");
+    call.connection->CreateAnswer();
+    call.connection->GetStats(new StatsReader([this](const voStats&) { Note("statistics"); }));
+    ASSERT_TRUE(called.WaitFor("failure"));
+    ASSERT_TRUE(called.WaitFor("statistics"));
+    call.Connect();
+    const auto stream = call.WaitForStream();
+    ASSERT_TRUE(stream);
+    const voPointer<voVideoTrackInterface::Sink> pictures(
+        new VideoSink([this](const voI420Frame&) { Note("picture"); }));
+    const voPointer<voAudioTrackInterface::Sink> sound(
+        new AudioSink([this](const voAudioData&) { Note("sound"); }));
+    stream->VideoTrack(0)->AddOrUpdateSink(pictures);
+    stream->AudioTrack(0)->AddSink(sound);
+    for (const char* what :
+         {"offer", "candidate", "stream", "ice", "gathering", "signaling", "picture", "sound"})
+        EXPECT_TRUE(called.WaitFor(what)) << what;
+    stream->VideoTrack(0)->RemoveSink(pictures);
+    stream->AudioTrack(0)->RemoveSink(sound);
+    call.connection->GetStats(new StatsReader([this](const voStats&) { Note("last statistics"); }));
+    call.Release();
+    EXPECT_TRUE(called.WaitFor("last statistics"));
+    ExpectNoneOnTheCallersThread();
+}
+
+TEST_F(Threads, OfTheLogAreTheLibrarys) {
+    voDebug::SetLogging(new LineSink([this](const char*) { Note("line"); }), voDebug::LogLevel::Verbose);
+    {
+        Call call;
+        const voStunServer odd[] = {{"nonsense", "", ""}, {"turn:127.0.0.1:3478", "u", "p"}};
+        call.Reconnect(odd, 2);
+        call.connection->SetRemoteDescription("nonsense", "answer");
+        call.connection->CreateOffer();
+        EXPECT_TRUE(call.record.WaitFor("offer"));
+        EXPECT_TRUE(called.WaitFor("line"));
+    }
+    voDebug::SetLogging(nullptr, voDebug::LogLevel::None);
+    ExpectNoneOnTheCallersThread();
+}
+
+}  // namespace
+}  // namespace contract
