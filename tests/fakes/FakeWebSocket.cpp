@@ -41,8 +41,9 @@ void FakeWebSocket::Forget() {
 }
 
 void FakeWebSocket::open(const char* url, double connectTimeoutSeconds) {
+    const bool hasAllHandlers = onError && onOpen && onClose && onMessage;
     const support::MutexLock lock(mutex);
-    openings.push_back({url, connectTimeoutSeconds});
+    openings.push_back({url, connectTimeoutSeconds, hasAllHandlers});
 }
 
 void FakeWebSocket::send(const char* text) {

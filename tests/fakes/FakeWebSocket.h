@@ -21,6 +21,7 @@ public:
     struct Opening {
         std::string url;
         double connectTimeoutSeconds = 0;
+        bool hadAllHandlers = false;
     };
 
     // The sockets that cWebSocket::Factory() made since the last Forget(), oldest first; null once released.

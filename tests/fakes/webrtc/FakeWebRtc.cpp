@@ -17,6 +17,7 @@ namespace {
 struct Records {
     std::vector<std::shared_ptr<FakePeerConnection>> peerConnections;
     int factoriesMade = 0;
+    int factoriesMadeWithADevice = 0;
     int audioDevicesMade = 0;
     int videoTrackSourcesMade = 0;
     int framesConverted = 0;
@@ -76,6 +77,10 @@ int FakeWebRtc::FactoriesMade() {
     return WithRecords([](Records& records) { return records.factoriesMade; });
 }
 
+int FakeWebRtc::FactoriesMadeWithADevice() {
+    return WithRecords([](Records& records) { return records.factoriesMadeWithADevice; });
+}
+
 int FakeWebRtc::AudioDevicesMade() {
     return WithRecords([](Records& records) { return records.audioDevicesMade; });
 }
@@ -124,9 +129,12 @@ voPointer<voCustomAudioDevice> voCustomAudioDevice::Create() {
 }
 
 voPointer<voPeerConnectionFactoryInterface> voPeerConnectionFactoryInterface::Create(
-    voPointer<voCustomAudioDevice>) {
-    const bool refused = fakes::WithRecords([](fakes::Records& records) {
-        if (!records.refuseFactories) ++records.factoriesMade;
+    voPointer<voCustomAudioDevice> device) {
+    const bool refused = fakes::WithRecords([&device](fakes::Records& records) {
+        if (!records.refuseFactories) {
+            ++records.factoriesMade;
+            if (device) ++records.factoriesMadeWithADevice;
+        }
         return records.refuseFactories;
     });
     if (refused) return nullptr;

@@ -37,6 +37,7 @@ public:
     static void WhenPeerConnectionMade(std::function<void(std::shared_ptr<FakePeerConnection>)> function);
 
     static int FactoriesMade();
+    static int FactoriesMadeWithADevice();
     static int AudioDevicesMade();
     static int VideoTrackSourcesMade();
 

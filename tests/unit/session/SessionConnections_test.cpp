@@ -101,6 +101,30 @@ TEST_F(SessionTally, ReachesTheFirstConnectionOfAPeerOnly) {
     EXPECT_THAT(Socket()->TakeSent(), ElementsAre(Message("phone", true)));
 }
 
+TEST_F(SessionTally, LeavesALaterConnectionOfThePeerDarkThatHasRenderersToo) {
+    StartAndOpen();
+    Join("phone", "other");
+    const auto later = session->CreateConnectionForSource("later");
+    later->SetPeersIdentifier("phone");
+    session->FindConnectionByPeer("phone")->GetRendererData();
+    const auto data = later->GetRendererData();
+    Socket()->TakeSent();
+    session->SetPeerTallyState("phone", 1);
+    EXPECT_THAT(Socket()->TakeSent(), ElementsAre(Message("phone", true)));
+    EXPECT_FALSE(data->onAir.load());
+}
+
+TEST_F(SessionTally, EndsItsWalkAtAConnectionWithoutRenderers) {
+    StartAndOpen();
+    Join("phone", "other");
+    const auto later = session->CreateConnectionForSource("later");
+    later->SetPeersIdentifier("phone");
+    later->GetRendererData();
+    Socket()->TakeSent();
+    session->SetPeerTallyState("phone", 1);
+    EXPECT_THAT(Socket()->TakeSent(), IsEmpty());
+}
+
 TEST_F(SessionTally, IsRememberedForAPhoneThatJoinsLater) {
     session->SetTallyValue(1);
     StartAndOpen();

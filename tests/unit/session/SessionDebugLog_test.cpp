@@ -42,6 +42,25 @@ TEST_F(SessionDebugLog, UsesOneSinkForAllLevels) {
     EXPECT_EQ(nxWebRtcSession::DebugLog::Alive(), 1);
 }
 
+TEST_F(SessionDebugLog, MakesItsSinkOnlyWhenItIsSwitchedOn) {
+    session->SetDebugLogging(0);
+    StartAndOpen();
+    EXPECT_EQ(nxWebRtcSession::DebugLog::Alive(), 0);
+    session->SetDebugLogging(-1);
+    EXPECT_EQ(nxWebRtcSession::DebugLog::Alive(), 1);
+}
+
+TEST_F(SessionDebugLog, HandsTheLibraryOneLevelForEveryOtherThanZero) {
+    for (const std::int32_t level : {1, 2, -1, 4})
+        session->SetDebugLogging(level);
+    const auto settings = FakeWebRtc::LogSettings();
+    ASSERT_EQ(settings.size(), 4U);
+    for (const auto& setting : settings) {
+        EXPECT_TRUE(setting.hasSink);
+        EXPECT_EQ(setting.level, voDebug::LogLevel::Info);
+    }
+}
+
 TEST_F(SessionDebugLog, KeepsItsLevelOverTheStopOfARendezvous) {
     MakeSession(nxWebRtcSession::Mode::Rendezvous);
     session->SetDebugLogging(1);

@@ -46,6 +46,39 @@ TEST_F(SessionOrder, GivingUpIsToldThenTracedThenLogged) {
                                    "[rendezvous] - Websocket unable to reconnect - giving up\n", "log 1"));
 }
 
+TEST_F(SessionOrder, JoinIsTracedThenTold) {
+    StartAndOpen();
+    Join("old");
+    session->onConnectionCreated = [this](const std::string& peer) {
+        trace.push_back("created " + peer);
+        EXPECT_NE(session->FindConnectionByPeer(peer), nullptr);
+    };
+    trace.clear();
+    Join("new", "foreign");
+    Join("back");  // the one that is there already
+    EXPECT_THAT(
+        trace,
+        ElementsAre("[rendezvous] 'peerJoined' - createConnection name:Phone peerId:new\n", "created new",
+                    "[rendezvous] 'peerJoined' - createConnection name:Phone peerId:back\n", "created back"));
+    session->onConnectionCreated = nullptr;
+}
+
+TEST_F(SessionOrder, LeaveIsTracedThenToldThenDone) {
+    for (const auto mode : {nxWebRtcSession::Mode::Direct, nxWebRtcSession::Mode::Rendezvous}) {
+        MakeSession(mode);
+        StartAndOpen();
+        Join("phone");
+        session->onConnectionRemoved = [this](const std::string& peer) {
+            trace.push_back("removed " + peer);
+            EXPECT_NE(session->FindConnectionByPeer(peer), nullptr);
+        };
+        trace.clear();
+        Deliver(R"({"action":"peerDisconnected","peersIdentifier":"phone"})");
+        EXPECT_THAT(trace, ElementsAre("[rendezvous] 'peerDisconnected' peerId:phone\n", "removed phone"));
+        session->onConnectionRemoved = nullptr;
+    }
+}
+
 TEST_F(SessionOrder, RendezvousTellsOfAConnectionBeforeItStartsIt) {
     MakeSession(nxWebRtcSession::Mode::Rendezvous);
     StartAndOpen();

@@ -116,6 +116,8 @@ TEST_F(SessionReconnect, LeavesGivenUpByALaterOpen) {
     BecomeOpen();
     EXPECT_FALSE(session->HasGivenUp());
     EXPECT_THAT(UserLogLines(), ElementsAre(kBeginLog, kGiveUpLog));
+    Fail();  // a new series
+    EXPECT_THAT(UserLogLines(), ElementsAre(kBeginLog, kGiveUpLog, kBeginLog));
 }
 
 TEST_F(SessionReconnect, TakesNoPendingAttemptAfterASuccess) {
@@ -193,9 +195,36 @@ TEST_F(SessionReconnect, NeedsNoOwner) {
 }
 
 TEST_F(SessionReconnect, IsHarmlessWithoutASocket) {
+    RecordReports();
     session->OnSocketError(Error::Lost);
     time.AdvanceBy(60 * kSecondUs);
     EXPECT_EQ(fakes::FakeWebSocket::MadeCount(), 0U);
+    EXPECT_THAT(trace, ElementsAre("[rendezvous] Websocket Error:2\n", kBeginTrace));
+    EXPECT_THAT(UserLogLines(), ElementsAre(kBeginLog));
+    EXPECT_THAT(reports, ElementsAre("began"));
+}
+
+// The end of the series needs no socket, the join does.
+TEST_F(SessionReconnect, EndsWithAnOpenThatComesAfterAStop) {
+    StartAndOpen();
+    for (int error = 0; error < 3; ++error)
+        Fail();
+    session->Stop();
+    session->OnSocketOpened();
+    EXPECT_FALSE(session->IsStarted());
+    Start();
+    Fail();
+    EXPECT_EQ(Openings(), 2U) << "the first attempt of a new series waits for nothing";
+    EXPECT_THAT(UserLogLines(), ElementsAre(std::string(kBeginLog) + " x2"));
+}
+
+TEST_F(SessionReconnect, StopsAtAPermanentErrorOnceGivenUp) {
+    StartAndOpen();
+    FailUntilGivenUp();
+    Fail(Error::Permanent);
+    EXPECT_FALSE(session->IsStarted());
+    EXPECT_THAT(UserLogLines(), ElementsAre(kBeginLog, kGiveUpLog));
+    EXPECT_EQ(CountOfTrace(kGiveUpTrace), 1);
 }
 
 TEST_F(SessionReconnect, IsNotGivenUpOnceStopped) {

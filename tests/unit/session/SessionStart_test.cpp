@@ -2,6 +2,7 @@
 #include <thread>
 
 #include "connection/nxWebRtcConnection.h"
+#include "host_runtime/core/MainThreadQueue.h"
 #include "tests/unit/session/SessionTest.h"
 
 namespace {
@@ -60,6 +61,22 @@ TEST_F(SessionStart, DoesNothingWhileStarted) {
     EXPECT_EQ(session->Url(), kUrl);
 }
 
+TEST_F(SessionStart, TellsNothingAndKeepsItsTimeoutWhileStarted) {
+    StartAndOpen();
+    trace.clear();
+    session->Start(R"({"sessionGuid":"other"})", "ws://127.0.0.3:9001/", 9.0);
+    EXPECT_THAT(trace, IsEmpty());
+    Fail();
+    ASSERT_EQ(Socket()->Openings().size(), 2U);
+    EXPECT_EQ(Socket()->Openings()[1].url, kUrl);
+    EXPECT_EQ(Socket()->Openings()[1].connectTimeoutSeconds, 2.0);
+}
+
+TEST_F(SessionStart, SetsEveryHandlerBeforeItOpens) {
+    Start();
+    EXPECT_TRUE(Socket()->Openings().at(0).hadAllHandlers);
+}
+
 TEST_F(SessionStart, ReplacesASocketThatIsStillConnecting) {
     Start();
     Start("ws://127.0.0.3:9001/");
@@ -82,6 +99,16 @@ TEST_F(SessionStart, LetsABadDescriptionOutAndStaysAsItWas) {
     EXPECT_TRUE(session->IsStarted());
 }
 
+// The timeout is taken before the description is read.
+TEST_F(SessionStart, TakesTheTimeoutOfABadDescription) {
+    Start();
+    EXPECT_THROW(session->Start("{", "ws://127.0.0.3:9001/", 9.0), nlohmann::json::parse_error);
+    Fail();
+    ASSERT_EQ(Socket()->Openings().size(), 2U);
+    EXPECT_EQ(Socket()->Openings()[1].url, kUrl);
+    EXPECT_EQ(Socket()->Openings()[1].connectTimeoutSeconds, 9.0);
+}
+
 TEST_F(SessionStart, ReadsMissingTextsAsEmpty) {
     session->Start("{}", kUrl, 2.0);
     BecomeOpen();
@@ -96,6 +123,7 @@ TEST_F(SessionStart, MakesTheWebRtcObjectsOnce) {
     session->CreatePeerConnectionFactory();
     EXPECT_EQ(FakeWebRtc::AudioDevicesMade(), 1);
     EXPECT_EQ(FakeWebRtc::FactoriesMade(), 1);
+    EXPECT_EQ(FakeWebRtc::FactoriesMadeWithADevice(), 1);
     EXPECT_EQ(FakeWebRtc::VideoTrackSourcesMade(), 1);
 }
 
@@ -147,6 +175,33 @@ TEST_F(SessionKeepAlive, PingsOnceAMinute) {
     EXPECT_EQ(Socket()->KeepAliveCount(), 6);
 }
 
+TEST_F(SessionKeepAlive, CountsFromTheStartOfTheSession) {
+    Start();
+    time.AdvanceBy(45 * kSecondUs);
+    BecomeOpen();
+    time.AdvanceBy(15 * kSecondUs - 1);
+    EXPECT_EQ(Socket()->KeepAliveCount(), 0);
+    time.AdvanceBy(1);
+    EXPECT_EQ(Socket()->KeepAliveCount(), 1);
+}
+
+TEST_F(SessionKeepAlive, GoesOnOverAReconnection) {
+    StartAndOpen();
+    Fail();
+    BecomeOpen();
+    time.AdvanceBy(3 * 60 * kSecondUs);
+    EXPECT_EQ(Socket()->KeepAliveCount(), 3);
+}
+
+TEST_F(SessionKeepAlive, LeavesNoJobBehindOnceStopped) {
+    StartAndOpen();
+    time.AdvanceBy(60 * kSecondUs);
+    session->Stop();
+    EXPECT_TRUE(host_runtime::MainThreadQueue::Default().NextDueUs()) << "the last one is still due";
+    time.AdvanceBy(60 * kSecondUs);
+    EXPECT_FALSE(host_runtime::MainThreadQueue::Default().NextDueUs());
+}
+
 TEST_F(SessionKeepAlive, EndsWithStop) {
     StartAndOpen();
     const auto connection = Joined("phone");  // keeps the socket alive
@@ -185,6 +240,31 @@ TEST_F(SessionHops, HandleNothingOnTheReportingThread) {
     EXPECT_THAT(Socket()->Sent(), IsEmpty());
     time.RunDue();
     EXPECT_TRUE(session->IsStarted());
+}
+
+TEST_F(SessionHops, HandleNoFailureOnTheReportingThread) {
+    StartAndOpen();
+    trace.clear();
+    Socket()->Fail(cWebSocket::Error::ConnectFailed);
+    EXPECT_THAT(trace, IsEmpty());
+    EXPECT_EQ(Socket()->CloseCount(), 0);
+    time.RunDue();
+    EXPECT_EQ(Socket()->CloseCount(), 1);
+
+    trace.clear();
+    Socket()->EndCleanly();
+    EXPECT_THAT(trace, IsEmpty());
+    EXPECT_TRUE(session->IsStarted());
+    time.RunDue();
+    EXPECT_FALSE(session->IsStarted());
+}
+
+TEST_F(SessionHops, HandleNoMessageOnTheReportingThread) {
+    StartAndOpen();
+    Socket()->Deliver(R"({"action":"peerJoined","username":"A","peersIdentifier":"p","sessionGuid":"x"})");
+    EXPECT_EQ(session->FindConnectionByPeer("p"), nullptr);
+    time.RunDue();
+    EXPECT_NE(session->FindConnectionByPeer("p"), nullptr);
 }
 
 TEST_F(SessionHops, TakeReportsFromTheNetworkThread) {

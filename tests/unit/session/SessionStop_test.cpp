@@ -70,6 +70,33 @@ TEST_F(SessionStop, LetsARendezvousMakeItsFactoryAgainButNotItsVideoSource) {
     EXPECT_EQ(FakeWebRtc::VideoTrackSourcesMade(), 1);
 }
 
+TEST_F(SessionStop, ClosesTheSocketBeforeItTellsAnybody) {
+    for (const auto mode : {nxWebRtcSession::Mode::Direct, nxWebRtcSession::Mode::Rendezvous}) {
+        MakeSession(mode);
+        StartAndOpen();
+        Join("phone");
+        const auto socket = Socket();
+        int closedBefore = 0;
+        session->onConnectionRemoved = [&](const std::string&) { closedBefore += socket->CloseCount(); };
+        session->Stop();
+        EXPECT_EQ(closedBefore, 1);
+        session->onConnectionRemoved = nullptr;
+    }
+}
+
+TEST_F(SessionStop, TellsOfAPeerOncePerConnection) {
+    for (const auto mode : {nxWebRtcSession::Mode::Direct, nxWebRtcSession::Mode::Rendezvous}) {
+        MakeSession(mode);
+        StartAndOpen();
+        RecordRemovals();
+        Join("twice", "other guid");
+        Join("once", "other guid");
+        Join("twice", "other guid");
+        session->Stop();
+        EXPECT_THAT(std::exchange(removed, {}), ElementsAre("twice", "once", "twice"));
+    }
+}
+
 TEST_F(SessionStop, LetsItsOwnerAskTheSession) {
     StartAndOpen();
     bool stillStarted = false;

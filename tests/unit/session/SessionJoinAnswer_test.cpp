@@ -1,0 +1,100 @@
+// Which connections get whose ICE servers, joins of a peer that is known, and actions in other letters.
+#include "connection/nxWebRtcConnection.h"
+#include "tests/unit/session/SessionTest.h"
+
+namespace {
+
+using fakes::FakeIceServer;
+using fakes::FakeWebRtc;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class SessionIceServers : public tests::SessionTest {
+protected:
+    SessionIceServers() {
+        session->onJoinResponse = [](const auto&, const auto&, const auto&) {};
+    }
+    void AnswerJoin(const std::string& url) {
+        Deliver(R"({"action":"joinMasterResponse","result":"OK","iceServers":[{"url":")" + url +
+                R"(","turnUsername":"","turnPassword":""}]})");
+    }
+    static FakeIceServer Server(const std::string& url) { return {url, "", ""}; }
+    std::vector<FakeIceServer> ServersOf(const std::string& peer) {
+        session->StartConnection(peer);
+        return FakeWebRtc::LatestPeerConnection()->iceServers;
+    }
+};
+
+TEST_F(SessionIceServers, AreThoseOfTheLastAnswerBeforeTheConnectionWasMade) {
+    StartAndOpen();
+    Join("before", "a");
+    AnswerJoin("stun:192.0.2.1");
+    Join("between", "b");
+    AnswerJoin("stun:192.0.2.2");
+    Join("after", "c");
+    EXPECT_THAT(ServersOf("between"), ElementsAre(Server("stun:192.0.2.1")));
+    EXPECT_THAT(ServersOf("after"), ElementsAre(Server("stun:192.0.2.2")));
+    for (const FakeIceServer& server : ServersOf("before"))
+        EXPECT_EQ(server.url.find("192.0.2."), std::string::npos);
+}
+
+TEST_F(SessionIceServers, OutlastAStop) {
+    StartAndOpen();
+    AnswerJoin("stun:192.0.2.1");
+    session->Stop();
+    StartAndOpen();
+    Join("phone");
+    EXPECT_THAT(ServersOf("phone"), ElementsAre(Server("stun:192.0.2.1")));
+}
+
+class SessionJoinAnswer : public tests::SessionTest {};
+
+TEST_F(SessionJoinAnswer, WithoutAResultIsARefusal) {
+    std::vector<std::string> results;
+    session->onJoinResponse = [&](const auto&, const std::string& result, const auto&) {
+        results.push_back(result);
+    };
+    StartAndOpen();
+    Deliver(R"({"action":"joinMasterResponse","iceServers":[]})");
+    EXPECT_THAT(results, ElementsAre(""));
+    trace.clear();
+    Fail();
+    EXPECT_THAT(trace, ElementsAre("[rendezvous] Websocket Error:1\n"));
+    EXPECT_FALSE(session->IsStarted());
+    session->onJoinResponse = nullptr;
+}
+
+// The list keeps both; the start goes by the identifier and finds the first.
+TEST_F(SessionJoinAnswer, OfARendezvousNamesAPeerTwiceAndItsFirstConnectionStartsAnew) {
+    MakeSession(nxWebRtcSession::Mode::Rendezvous);
+    StartAndOpen();
+    Join("phone");
+    const auto first = FakeWebRtc::LatestPeerConnection();
+    Join("phone");
+    EXPECT_EQ(nxWebRtcConnection::Alive(), 2);
+    ASSERT_EQ(FakeWebRtc::PeerConnections().size(), 2U);
+    EXPECT_FALSE(first->IsReferenced()) << "replaced by the second start";
+}
+
+class SessionActions : public tests::SessionTest {};
+
+TEST_F(SessionActions, CountOnlyInTheirExactLetters) {
+    session->onJoinResponse = [](const auto&, const auto&, const auto&) { ADD_FAILURE(); };
+    session->onConnectionRemoved = [](const auto&) { ADD_FAILURE(); };
+    session->onChatMessages = [](const auto&) { ADD_FAILURE(); };
+    StartAndOpen();
+    Join("phone");
+    trace.clear();
+    for (const char* action :
+         {"joinmasterresponse", "JoinMasterResponse", "peerdisconnected", "PeerDisconnected",
+          "gotchatmessages", "GotChatMessages", "peerDisconnected "}) {
+        Deliver(std::string(R"({"peersIdentifier":"phone","iceServers":[],"messages":[],"action":")") +
+                action + R"("})");
+    }
+    EXPECT_THAT(trace, IsEmpty());
+    session->onJoinResponse = nullptr;
+    session->onConnectionRemoved = nullptr;
+    session->onChatMessages = nullptr;
+}
+
+}  // namespace
