@@ -10,6 +10,7 @@
 
 #include "host/media/nxBuffer2.h"
 #include "host_runtime/media/BufferGroup.h"
+#include "tests/unit/renderers/WatchedPicture.h"
 
 namespace tests {
 
@@ -70,6 +71,10 @@ public:
     zStatus CreateBuffer(const mdMediaRecord& record, nxBuffer2** out) override {
         if (beforeCreate) beforeCreate();
         if (withoutPixels) return CreateSound(out);
+        if (watched != nullptr) {
+            *out = new WatchedPicture(record, *watched);
+            return kStatusOk;
+        }
         if (refuse) return Refuse(out);
         const zStatus status = group->CreateBuffer(record, out);
         if (status == kStatusOk) (*out)->SetTimestamp(pictureTimestamp);
@@ -77,6 +82,7 @@ public:
     }
     zStatus CreateBuffer(const mdMediaRecord& record, std::int32_t frames, std::uint32_t flags,
                          nxBuffer2** out) override {
+        soundRequest = {frames, flags};
         if (beforeSoundData) {
             *out = new TellingSoundBuffer(beforeSoundData);
             return kStatusOk;
@@ -96,9 +102,11 @@ public:
     std::int64_t pictureTimestamp = nxBuffer2::kTimestampUnset;  // of a picture that is made
     std::uint8_t soundBytes = 0;            // what a block of sound holds when it is made
     bool withoutPixels = false;             // pictures come without a pixel store
+    WatchedPixels* watched = nullptr;       // pictures come as watched ones
     std::function<void()> beforeCreate;     // of a picture
     std::function<void()> beforeSoundData;  // sound comes in a telling buffer
     std::vector<Coloured> coloured;
+    std::pair<std::int32_t, std::uint32_t> soundRequest;  // frames and flags of the last one
 
 private:
     static zStatus Refuse(nxBuffer2** out) {

@@ -187,6 +187,15 @@ TEST_F(RendererData, ReplacedSinkIsReleasedButNotTakenOffItsTrack) {
     EXPECT_EQ(videoSide.SinkCount(), 2U);
 }
 
+TEST_F(RendererData, ReplacedSoundSinkIsReleasedButNotTakenOffItsTrack) {
+    data->SetAudioRenderer(audio);
+    data->AttachAudioSink(stream);
+    data->SetAudioRenderer(audio);
+    EXPECT_EQ(audioSide.SinkCount(), 1U);
+    data->AttachAudioSink(stream);
+    EXPECT_EQ(audioSide.SinkCount(), 2U);
+}
+
 TEST_F(RendererData, SinkIgnoresDataAfterItsRendererIsGone) {
     data->SetVideoRenderer(video);
     data->SetAudioRenderer(audio);

@@ -42,6 +42,22 @@ TEST_F(SmallPicture, OfTwoPixelsKeepsItsSizeWhenMuted) {
     EXPECT_THAT(group.coloured, ElementsAre(Coloured{2, 2, 0}));
 }
 
+// Each side falls back by itself.
+TEST_F(SmallPicture, OfOneColumnKeepsItsHeightAndOfOneRowItsWidth) {
+    for (const Coloured shape : {Coloured{1, 100, 0}, Coloured{100, 1, 0}}) {
+        group.coloured.clear();
+        const auto renderer = MakeVideoRenderer();
+        const Picture picture(shape.width, shape.height, 50);
+        renderer->OnVideoFrame(picture.frame);
+        const BufferPointer buffer = Pull(*renderer, 0);
+        renderer->SetVideoMuted(true);
+        const BufferPointer plain = Pull(*renderer, 1);
+        renderer->SetVideoMuted(false);
+        EXPECT_THAT(group.coloured, ElementsAre(Coloured{shape.width == 1 ? 720 : shape.width,
+                                                         shape.height == 1 ? 480 : shape.height, 0}));
+    }
+}
+
 class UsedBuffer : public tests::RendererTest {};
 
 TEST_F(UsedBuffer, LosesItsTimestampWithANewFrame) {
