@@ -11,6 +11,7 @@ namespace tests {
 struct WatchedPixels {
     std::int32_t padding = 0;  // bytes behind each row
     std::int32_t width = 0;    // what the buffer's record says; 0 for what was asked for
+    std::int32_t askedBytesPerRow = 0;
     std::vector<std::string> events;
 };
 
@@ -21,6 +22,7 @@ public:
           pixels(log),
           bytesPerRow((asked.AsInt32(FourCC("mwid"), 0) + 1) / 2 * 4 + log.padding),
           data(static_cast<std::size_t>(bytesPerRow * asked.AsInt32(FourCC("mhei"), 0)), kUntouched) {
+        pixels.askedBytesPerRow = asked.AsInt32(FourCC("mbpr"), 0);
         SetInt32(FourCC("mwid"), log.width != 0 ? log.width : asked.AsInt32(FourCC("mwid"), 0));
         SetInt32(FourCC("mhei"), asked.AsInt32(FourCC("mhei"), 0));
     }

@@ -39,6 +39,13 @@ TEST_F(Conversion, ThatFailsUnlocksThePixelsToo) {
     EXPECT_THAT(pixels.events, ElementsAre("lock", "unlock"));
 }
 
+TEST_F(Conversion, GoesIntoABufferOfWhoseRowsTheHostIsTold) {
+    const auto renderer = MakeVideoRenderer();
+    const Picture picture(5, 3, 50);
+    renderer->OnVideoFrame(picture.frame);
+    EXPECT_EQ(pixels.askedBytesPerRow, 12);
+}
+
 TEST_F(Conversion, FollowsTheRowsOfTheBuffer) {
     pixels.padding = 20;
     const auto renderer = MakeVideoRenderer();

@@ -19,6 +19,19 @@ TEST_F(SoundConsumers, KeepTheirClocksHoweverManyTheyAre) {
         ASSERT_EQ(FirstFrame(Pull(*renderer, kStart + 300'000, key << 40)), 59200) << key;
 }
 
+TEST_F(SoundConsumers, AreToldApartByAllBitsOfTheirKeys) {
+    const auto renderer = MakeAudioRenderer();
+    RampSound sound;
+    sound.Deliver(*renderer, 100);
+    Pull(*renderer, kStart, 1);
+    sound.Deliver(*renderer, 30);
+    for (int bit = 1; bit < 64; ++bit) {
+        const std::uint64_t key = 1 | std::uint64_t{1} << bit;
+        ASSERT_TRUE(IsSilent(Pull(*renderer, kStart + 300'000, key))) << bit;  // new
+    }
+    EXPECT_EQ(FirstFrame(Pull(*renderer, kStart + 300'000, 1)), 59200);
+}
+
 TEST_F(SoundConsumers, AreAllForgottenByOnePullOfAMutedSource) {
     const auto renderer = MakeAudioRenderer();
     RampSound sound;
@@ -35,6 +48,22 @@ TEST_F(SoundConsumers, AreAllForgottenByOnePullOfAMutedSource) {
     sound.Deliver(*renderer, 30);
     for (const std::uint64_t key : {1U, 2U, 3U})
         EXPECT_EQ(FirstFrame(Pull(*renderer, kStart + 600'000, key)), 48000 + 24000 - 3200 + 14400) << key;
+}
+
+// The first muted pull leaves nothing to wipe, so the second one leaves the clocks alone.
+TEST_F(SoundConsumers, OfASourceThatWasWipedKeepTheirClocksOverTheNextMute) {
+    const auto renderer = MakeAudioRenderer();
+    RampSound sound;
+    sound.Deliver(*renderer, 100);
+    renderer->SetAudioMuted(true);
+    Pull(*renderer, kStart - 33'333);
+    renderer->SetAudioMuted(false);
+    Pull(*renderer, kStart);  // synchronises without any sound
+    renderer->SetAudioMuted(true);
+    Pull(*renderer, kStart + 33'333);
+    renderer->SetAudioMuted(false);
+    sound.Deliver(*renderer, 50);
+    EXPECT_EQ(FirstFrame(Pull(*renderer, kStart + 300'000)), 48000 + 11200);
 }
 
 TEST_F(SoundConsumers, ResynchroniseOneByOne) {

@@ -47,7 +47,10 @@ TEST_F(SessionIceServers, OutlastAStop) {
     EXPECT_THAT(ServersOf("phone"), ElementsAre(Server("stun:192.0.2.1")));
 }
 
-class SessionJoinAnswer : public tests::SessionTest {};
+class SessionJoinAnswer : public tests::SessionTest {
+protected:
+    void Refuse() { Deliver(R"({"action":"joinMasterResponse","iceServers":[],"result":"NO"})"); }
+};
 
 TEST_F(SessionJoinAnswer, WithoutAResultIsARefusal) {
     std::vector<std::string> results;
@@ -62,6 +65,43 @@ TEST_F(SessionJoinAnswer, WithoutAResultIsARefusal) {
     EXPECT_THAT(trace, ElementsAre("[rendezvous] Websocket Error:1\n"));
     EXPECT_FALSE(session->IsStarted());
     session->onJoinResponse = nullptr;
+}
+
+// Only an open forgives.
+TEST_F(SessionJoinAnswer, OfOkAfterARefusalLeavesItARefusal) {
+    session->onJoinResponse = [](const auto&, const auto&, const auto&) {};
+    StartAndOpen();
+    Refuse();
+    Deliver(R"({"action":"joinMasterResponse","iceServers":[],"result":"OK"})");
+    Fail();
+    EXPECT_FALSE(session->IsStarted());
+    EXPECT_THAT(UserLogLines(), IsEmpty());
+}
+
+TEST_F(SessionJoinAnswer, OfRefusalOutlastsAStopUntilTheNextOpen) {
+    session->onJoinResponse = [](const auto&, const auto&, const auto&) {};
+    StartAndOpen();
+    Refuse();
+    session->Stop();
+    Start();
+    Fail();  // before any open
+    EXPECT_EQ(Socket(), nullptr) << "stopped again";
+    EXPECT_THAT(UserLogLines(), IsEmpty());
+
+    session->OnSocketOpened();  // forgives even a session without a socket
+    Start();
+    Fail();
+    EXPECT_THAT(UserLogLines(), ElementsAre("1 Rendezvous: Connection error - beginning reconnection."));
+}
+
+// It was on its way when the socket failed.
+TEST_F(SessionJoinAnswer, OfRefusalEndsASeriesToo) {
+    session->onJoinResponse = [](const auto&, const auto&, const auto&) {};
+    StartAndOpen();
+    Fail();
+    Refuse();
+    Fail();
+    EXPECT_EQ(Socket(), nullptr);
 }
 
 // The list keeps both; the start goes by the identifier and finds the first.

@@ -183,6 +183,9 @@ TEST_F(SessionStartConnection, NegotiatesAnewEachTimeUnlessOnlyTheIdleAreMeant) 
     EXPECT_EQ(FakeWebRtc::PeerConnections().size(), 1U);
     session->StartConnectionIfIdle("phone");
     EXPECT_EQ(FakeWebRtc::PeerConnections().size(), 1U);
+    session->Stop();
+    session->StartConnectionIfIdle("phone");
+    EXPECT_EQ(FakeWebRtc::PeerConnections().size(), 1U);
     session->StartConnection("phone");
     EXPECT_EQ(FakeWebRtc::PeerConnections().size(), 2U);
 }

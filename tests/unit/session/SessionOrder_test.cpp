@@ -79,6 +79,17 @@ TEST_F(SessionOrder, LeaveIsTracedThenToldThenDone) {
     }
 }
 
+TEST_F(SessionOrder, CloseIsTracedBeforeTheSessionStops) {
+    StartAndOpen();
+    Join("phone");
+    session->onConnectionRemoved = [this](const std::string& peer) { trace.push_back("removed " + peer); };
+    trace.clear();
+    Close();
+    EXPECT_THAT(
+        trace, ElementsAre("nxWebRtcSession::ClosedHandler() - error:none wasClean:true\n", "removed phone"));
+    session->onConnectionRemoved = nullptr;
+}
+
 TEST_F(SessionOrder, RendezvousTellsOfAConnectionBeforeItStartsIt) {
     MakeSession(nxWebRtcSession::Mode::Rendezvous);
     StartAndOpen();

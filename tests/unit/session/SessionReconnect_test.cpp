@@ -110,6 +110,15 @@ TEST_F(SessionReconnect, ReportsOneSuccess) {
     EXPECT_THAT(UserLogLines(), ElementsAre(kBeginLog, kSuccessLog, kBeginLog));
 }
 
+TEST_F(SessionReconnect, ReportsNoSuccessOfALaterOpenWithoutErrors) {
+    StartAndOpen();
+    Fail();
+    BecomeOpen();
+    Close();
+    StartAndOpen();
+    EXPECT_THAT(UserLogLines(), ElementsAre(kBeginLog, kSuccessLog));
+}
+
 TEST_F(SessionReconnect, LeavesGivenUpByALaterOpen) {
     StartAndOpen();
     FailUntilGivenUp();

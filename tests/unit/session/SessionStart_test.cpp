@@ -117,6 +117,16 @@ TEST_F(SessionStart, ReadsMissingTextsAsEmpty) {
         ElementsAre(R"({"action":"joinMaster","ownerKey":"","sessionGuid":"","username":"Halyard"})"));
 }
 
+TEST_F(SessionStart, ForgetsTheTextsOfTheStartBefore) {
+    StartAndOpen();
+    session->Stop();
+    session->Start("{}", kUrl, 2.0);
+    BecomeOpen();
+    EXPECT_THAT(
+        Socket()->Sent(),
+        ElementsAre(R"({"action":"joinMaster","ownerKey":"","sessionGuid":"","username":"Halyard"})"));
+}
+
 TEST_F(SessionStart, MakesTheWebRtcObjectsOnce) {
     Start();
     Start();
