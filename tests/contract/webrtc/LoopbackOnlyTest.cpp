@@ -1,5 +1,5 @@
 // The same library on a machine whose only network interface is loopback: the program moves into a network
-// namespace of its own before any thread exists.
+// namespace of its own while no other thread exists.
 #include <gtest/gtest.h>
 #include <net/if.h>
 #include <sched.h>
@@ -14,6 +14,7 @@
 #include "tests/contract/webrtc/Call.h"
 #include "tests/contract/webrtc/LeakCounts.h"
 #include "tests/fakes/TestMain.h"
+#include "webrtc_gstreamer/LivingObjects.h"
 
 namespace contract {
 namespace {
@@ -88,6 +89,7 @@ TEST(LoopbackOnlyServers, UnreachableOnesHoldUpNothing) {
 }  // namespace contract
 
 int main(int argc, char** argv) {
+    webrtc_gstreamer::WaitUntilIdle(10'000);  // what it does when loaded
     contract::EnterOwnNetwork();
     return tests::RunAllTests(argc, argv, contract::LeakCounts());
 }
