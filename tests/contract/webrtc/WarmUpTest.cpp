@@ -9,10 +9,9 @@
 namespace {
 
 // A process that ends while its library is still warming up.
-TEST(WarmUpDeathTest, HoldsNoExitUp) {
+TEST(WarmUpDeathTest, SurvivesAnExitMeanwhile) {
     testing::GTEST_FLAG(death_test_style) = "threadsafe";
-    for (int repeat = 0; repeat < 3; ++repeat)
-        EXPECT_EXIT(std::exit(0), testing::ExitedWithCode(0), "^$");
+    EXPECT_EXIT(std::exit(0), testing::ExitedWithCode(0), "^$");
 }
 
 TEST(WarmUp, MakesTheKey) {
