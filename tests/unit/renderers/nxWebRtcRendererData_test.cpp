@@ -130,6 +130,21 @@ TEST_F(RendererData, AttachedSinkFeedsTheRenderer) {
     EXPECT_EQ(Pull(*video, 0)->GetDisplayWidth(), 64);
 }
 
+TEST_F(RendererData, AttachedSoundSinkFeedsTheRenderer) {
+    data->SetAudioRenderer(audio);
+    data->AttachAudioSink(stream);
+    audio->SetAudioEnabled(true);
+    data->videoReceived = true;
+    const std::vector<std::int16_t> samples(960, 77);
+    for (int block = 0; block < 100; ++block)
+        audioSide.Deliver({samples.data(), 16, 48000, 2, 480});
+    Pull(*audio, 0);
+    for (int block = 0; block < 30; ++block)
+        audioSide.Deliver({samples.data(), 16, 48000, 2, 480});
+    const auto heard = Pull(*audio, 300'000);
+    EXPECT_EQ(heard->Data()[0], 77);
+}
+
 TEST_F(RendererData, AttachingTwiceIsOneSink) {
     data->SetVideoRenderer(video);
     data->SetAudioRenderer(audio);

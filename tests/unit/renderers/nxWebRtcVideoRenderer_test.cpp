@@ -210,9 +210,9 @@ TEST_F(VideoRenderer, FallbackWithoutABufferIsNullAndStillSuccess) {
 TEST_F(VideoRenderer, BufferWithoutPixelStoreIsShownUnconverted) {
     const auto renderer = MakeVideoRenderer();
     group.withoutPixels = true;
+    fakes::FakeWebRtc::BeforeConversion([] { ADD_FAILURE() << "the converter is not asked"; });
     const Picture picture(64, 36, 50);
     renderer->OnVideoFrame(picture.frame);
-    EXPECT_EQ(fakes::FakeWebRtc::FramesConverted(), 0);
     EXPECT_TRUE(data->videoReceived.load());
     EXPECT_EQ(Pull(*renderer, 40)->GetDisplayWidth(), 64);
     EXPECT_TRUE(group.coloured.empty());

@@ -277,6 +277,15 @@ TEST_F(SessionHops, HandleNoMessageOnTheReportingThread) {
     EXPECT_NE(session->FindConnectionByPeer("p"), nullptr);
 }
 
+TEST_F(SessionHops, CarryACopyOfTheMessage) {
+    StartAndOpen();
+    std::string text = R"({"action":"peerJoined","username":"A","peersIdentifier":"p","sessionGuid":"x"})";
+    Socket()->Deliver(text);
+    text.assign(text.size(), ' ');  // in place: the socket reuses its memory
+    time.RunDue();
+    EXPECT_NE(session->FindConnectionByPeer("p"), nullptr);
+}
+
 TEST_F(SessionHops, TakeReportsFromTheNetworkThread) {
     StartAndOpen();
     const auto socket = Socket();

@@ -1,4 +1,7 @@
-// Which connections get whose ICE servers, joins of a peer that is known, and actions in other letters.
+// What the session makes of answers: whose ICE servers a connection gets, how long a refusal lasts, peers
+// without a name or with one that is known, actions in other letters.
+#include <nlohmann/json.hpp>
+
 #include "connection/nxWebRtcConnection.h"
 #include "tests/unit/session/SessionTest.h"
 
@@ -114,6 +117,37 @@ TEST_F(SessionJoinAnswer, OfARendezvousNamesAPeerTwiceAndItsFirstConnectionStart
     EXPECT_EQ(nxWebRtcConnection::Alive(), 2);
     ASSERT_EQ(FakeWebRtc::PeerConnections().size(), 2U);
     EXPECT_FALSE(first->IsReferenced()) << "replaced by the second start";
+}
+
+class SessionNamelessPeer : public tests::SessionTest {};
+
+TEST_F(SessionNamelessPeer, IsToldOfButNeverStarted) {
+    for (const auto mode : {nxWebRtcSession::Mode::Direct, nxWebRtcSession::Mode::Rendezvous}) {
+        MakeSession(mode);
+        std::vector<std::string> created;
+        session->onConnectionCreated = [&](const std::string& peer) {
+            created.push_back(peer);
+            session->StartConnection(peer);
+        };
+        StartAndOpen();
+        Deliver(R"({"action":"peerJoined","username":"Phone","sessionGuid":"foreign"})");
+        EXPECT_THAT(created, ElementsAre(""));
+        EXPECT_EQ(nxWebRtcConnection::Alive(), 1);
+        EXPECT_THAT(FakeWebRtc::PeerConnections(), IsEmpty());
+        session->onConnectionCreated = nullptr;
+    }
+}
+
+class SessionChatMessages : public tests::SessionTest {};
+
+TEST_F(SessionChatMessages, AreHandedOnWhateverTheyAre) {
+    std::vector<std::string> received;
+    session->onChatMessages = [&](const nlohmann::json& messages) { received.push_back(messages.dump()); };
+    StartAndOpen();
+    for (const char* messages : {"null", "5", "{}", "[]", "\"text\""})
+        Deliver(std::string(R"({"action":"gotChatMessages","messages":)") + messages + "}");
+    EXPECT_THAT(received, ElementsAre("null", "5", "{}", "[]", "\"text\""));
+    session->onChatMessages = nullptr;
 }
 
 class SessionActions : public tests::SessionTest {};
