@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "host_runtime/network/HandshakeAnswer.h"
+#include "host_runtime/network/Utf8Tail.h"
 #include "host_runtime/network/Wire.h"
 #include "support/send_queue.h"
 
@@ -61,6 +62,12 @@ ConnectFailure HandshakeFailure(const error_code& error) {
     const bool notOurProtocol = IsOfCategory(error, beast::http::error::end_of_stream) ||
                                 IsOfCategory(error, websocket::error::closed);
     return notOurProtocol ? NoWebSocket() : ConnectFailure{};
+}
+
+// No extension and no subprotocol is asked for (RFC 6455 section 4.1).
+bool GrantsWhatNobodyAskedFor(const websocket::response_type& response) {
+    return response.count(beast::http::field::sec_websocket_extensions) != 0 ||
+           response.count(beast::http::field::sec_websocket_protocol) != 0;
 }
 
 Error ReadError(const error_code& error) {
@@ -128,10 +135,13 @@ private:
         socket.set_option(websocket::stream_base::decorator([](websocket::request_type& request) {
             request.set(beast::http::field::user_agent, "Halyard");
         }));
-        socket.async_handshake(target.url.hostHeader, target.url.target,
-                               [self = shared_from_this()](const error_code& error) {
+        const auto response = std::make_shared<websocket::response_type>();
+        socket.async_handshake(*response, target.url.hostHeader, target.url.target,
+                               [self = shared_from_this(), response](const error_code& error) {
                                    if (error) {
                                        self->Fail(HandshakeFailure(error));
+                                   } else if (GrantsWhatNobodyAskedFor(*response)) {
+                                       self->Fail(NoWebSocket());
                                    } else {
                                        self->OnHandshaken();
                                    }
@@ -183,12 +193,25 @@ private:
     }
 
     void OnRead() {
-        if (phase == Phase::Open && socket.got_text()) {
+        const boost::asio::const_buffer whole = incoming.cdata();
+        if (phase == Phase::Open && socket.got_text() &&
+            EndsInsideALetter({static_cast<const char*>(whole.data()), whole.size()})) {
+            FailTheConnection();
+        } else if (phase == Phase::Open && socket.got_text()) {
             *static_cast<char*>(incoming.prepare(1).data()) = '\0';
             const auto* text = static_cast<const char*>(incoming.data().data());
             Tell([&](WebSocketListener& hearer) { hearer.OnMessage(generation, text); });
         }
         incoming.consume(incoming.size());
+    }
+
+    // Beast lets a message pass whose last letter is cut short before an empty last fragment.
+    void FailTheConnection() {
+        phase = Phase::Farewell;
+        sealed = true;
+        socket.next_layer().Seal(CloseFrame(kInvalidPayload));
+        After(target.settings.closingLimit, &BeastTransport::Finish);
+        Tell([&](WebSocketListener& hearer) { hearer.OnEnded(generation, Error::Protocol); });
     }
 
     void OnReadError(const error_code& error) {
@@ -287,7 +310,7 @@ private:
     void SealWhenIdle() {
         if (phase != Phase::Farewell || sealed || writing || pinging || queue.Front() != nullptr) return;
         sealed = true;
-        socket.next_layer().Seal(NormalCloseFrame());
+        socket.next_layer().Seal(CloseFrame(kNormalClosure));
     }
 
     void Finish() {

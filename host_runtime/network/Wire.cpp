@@ -41,14 +41,15 @@ void Wire::Seal(std::string lastFrame) {
     stream->WriteAll(boost::asio::buffer(*frame), [frame](const boost::system::error_code&, std::size_t) {});
 }
 
-std::string NormalCloseFrame() {
-    constexpr std::array<std::uint8_t, 2> kNormal = {0x03, 0xE8};
+std::string CloseFrame(std::uint16_t status) {
+    const std::array<std::uint8_t, 2> payload = {static_cast<std::uint8_t>(status >> 8),
+                                                 static_cast<std::uint8_t>(status & 0xFF)};
     const std::uint32_t key = std::random_device{}();
     std::string frame("\x88\x82", 2);
     for (int shift = 24; shift >= 0; shift -= 8)
         frame.push_back(static_cast<char>((key >> shift) & 0xFF));
-    for (std::size_t i = 0; i < kNormal.size(); ++i)
-        frame.push_back(static_cast<char>(kNormal[i] ^ static_cast<std::uint8_t>(frame[2 + i])));
+    for (std::size_t i = 0; i < payload.size(); ++i)
+        frame.push_back(static_cast<char>(payload[i] ^ static_cast<std::uint8_t>(frame[2 + i])));
     return frame;
 }
 

@@ -4,6 +4,7 @@
 
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/io_context.hpp>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -74,7 +75,11 @@ private:
     bool isSealed = false;
 };
 
-// The masked close frame with status 1000 that a client ends with (RFC 6455 sections 5.2 and 7.4.1).
-std::string NormalCloseFrame();
+// RFC 6455 section 7.4.1
+inline constexpr std::uint16_t kNormalClosure = 1000;
+inline constexpr std::uint16_t kInvalidPayload = 1007;
+
+// The masked close frame that a client ends with (section 5.2).
+std::string CloseFrame(std::uint16_t status);
 
 }  // namespace host_runtime

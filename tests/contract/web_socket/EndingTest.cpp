@@ -26,7 +26,7 @@ TEST_P(WebSocketEnding, IsCleanWithACloseFrame) {
         peer.AcceptWebSocket();
         peer.SendFrame({kText, true, "last"});
         peer.SendFrame({kClose, true, "\x03\xE9going away"});
-        answer.Put(peer.ReadMessage().value_or(Frame{}));
+        answer.Put(peer.ReadMessage().value_or(ReceivedFrame{}));
         EXPECT_TRUE(peer.WaitForEnd());
     });
     Open();
@@ -185,7 +185,7 @@ TEST_P(WebSocketBreach, IsAProtocolError) {
     Serve([opcode](RawPeer& peer) {
         peer.AcceptWebSocket();
         peer.Send(std::get<Breach>(GetParam()).bytes);
-        opcode.Put(peer.ReadMessage().value_or(Frame{}).opcode);
+        opcode.Put(peer.ReadMessage().value_or(ReceivedFrame{}).opcode);
         EXPECT_TRUE(peer.WaitForEnd());
     });
     Open();

@@ -168,30 +168,34 @@ std::string RawPeer::RequestWebSocket(const std::string& path) {
     return ReadHeader();
 }
 
-std::optional<Frame> RawPeer::ReadFrame() {
+std::optional<ReceivedFrame> RawPeer::ReadFrame() {
     std::string head;
     if (!Take(2, head)) return std::nullopt;
     const auto byte = [](char value) { return static_cast<unsigned char>(value); };
-    Frame frame;
+    ReceivedFrame frame;
     frame.fin = (byte(head[0]) & 0x80) != 0;
     frame.opcode = byte(head[0]) & 0x0F;
+    frame.reservedBits = (byte(head[0]) >> 4) & 0x7;
     std::size_t length = byte(head[1]) & 0x7F;
     if (length >= 126) {
         std::string extended;
-        if (!Take(length == 126 ? 2 : 8, extended)) return std::nullopt;
+        frame.lengthBytes = length == 126 ? 2 : 8;
+        if (!Take(static_cast<std::size_t>(frame.lengthBytes), extended)) return std::nullopt;
         length = 0;
         for (const char digit : extended)
             length = (length << 8) | byte(digit);
     }
     std::string mask(4, '\0');
-    if ((byte(head[1]) & 0x80) != 0 && !Take(4, mask)) return std::nullopt;
+    frame.masked = (byte(head[1]) & 0x80) != 0;
+    if (frame.masked && !Take(4, mask)) return std::nullopt;
+    frame.mask = mask;
     if (!Take(length, frame.payload)) return std::nullopt;
     for (std::size_t i = 0; i < length; ++i)
         frame.payload[i] = static_cast<char>(frame.payload[i] ^ mask[i % 4]);
     return frame;
 }
 
-std::optional<Frame> RawPeer::ReadMessage() {
+std::optional<ReceivedFrame> RawPeer::ReadMessage() {
     auto frame = ReadFrame();
     while (frame && (frame->opcode == kPing || frame->opcode == kPong))
         frame = ReadFrame();

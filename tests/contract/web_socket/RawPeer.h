@@ -18,6 +18,14 @@ struct Frame {
     std::string payload;
 };
 
+// With how it was written.
+struct ReceivedFrame : Frame {
+    int reservedBits = 0;
+    bool masked = false;
+    std::string mask;
+    int lengthBytes = 0;  // besides the first one
+};
+
 inline constexpr int kContinuation = 0x0;
 inline constexpr int kText = 0x1;
 inline constexpr int kBinary = 0x2;
@@ -58,9 +66,9 @@ public:
 
     bool ReadSome() { return Fill(); }
     std::string ReadHeader();  // up to and with the empty line; what came when the end is reached
-    std::optional<Frame> ReadFrame();
+    std::optional<ReceivedFrame> ReadFrame();
     // The next frame that is neither ping nor pong.
-    std::optional<Frame> ReadMessage();
+    std::optional<ReceivedFrame> ReadMessage();
 
     // Reads and forgets until the other end is gone; false when it is still there after the time.
     bool WaitForEnd();
