@@ -175,7 +175,9 @@ private:
             TakeExtension(section, value);
         } else if (key == "ssrc") {
             std::uint32_t ssrc = 0;
-            if (ToNumber(TakeWord(value), ssrc) && value.starts_with("cname:") && section.ssrcs.size() < 64)
+            const bool isNumber = ToNumber(TakeWord(value), ssrc);
+            // The engine takes 0 for none.
+            if (isNumber && ssrc != 0 && value.starts_with("cname:") && section.ssrcs.size() < 64)
                 section.ssrcs.push_back(ssrc);
         } else if (key == "candidate" && section.candidates.size() < kMostCandidates) {
             section.candidates.push_back("candidate:" + std::string(value));

@@ -86,6 +86,12 @@ TEST(SessionDescription, APayloadTypeNamedTwiceCountsOnce) {
     EXPECT_EQ(WhyNotAnAnswer(Parsed(Offer()), answer).value_or(""), "");
 }
 
+TEST(SessionDescription, AStreamWithoutANumberIsLeftOut) {
+    std::string text = Answer();
+    text.insert(text.find("a=ssrc:1234"), "a=ssrc:0 cname:abc\r\na=ssrc:00 cname:abc\r\n");
+    EXPECT_EQ(Parsed(text).media[0].ssrcs, (std::vector<std::uint32_t>{1234}));
+}
+
 TEST(SessionDescription, SessionAttributesHoldForEverySection) {
     const auto offer = Parsed(Offer());
     for (const MediaSection& section : offer.media) {
