@@ -100,6 +100,7 @@ private:
     std::optional<SessionDescription> remoteDescription;  // once it stands
     unsigned int transportLine = 0;                       // where the engine wants remote candidates
     std::vector<RemoteCandidate> waitingCandidates;       // until it does
+    std::size_t candidatesPassedOn = 0;                   // of this remote description
     std::vector<Pipeline::Candidate> localCandidates;
     bool transceiversMade = false;
     bool streamDelivered = false;

@@ -19,6 +19,7 @@ using vo_webrtc::voPointer;
 using vo_webrtc::voVideoTrackInterface;
 
 constexpr std::size_t kMostWaitingCandidates = 256;
+constexpr std::size_t kMostCandidates = 512;  // for one description
 
 SessionDescriptionPointer ToEngine(GstWebRTCSDPType type, const SessionDescription& description) {
     return SessionDescriptionPointer(
@@ -139,6 +140,7 @@ void PeerConnection::TakeRemoteOffer(const SessionDescription& offer) {
 
 void PeerConnection::OnRemoteDescriptionStands(const SessionDescription& description) {
     remoteDescription = description;
+    candidatesPassedOn = 0;
     DeliverStream(description);
     for (const MediaSection& section : description.media) {
         for (const std::string& candidate : section.candidates)
@@ -178,6 +180,9 @@ void PeerConnection::DoAddIceCandidate(const RemoteCandidate& candidate) {
 void PeerConnection::PassOn(const RemoteCandidate& candidate) {
     if (!NamesASection(*remoteDescription, candidate.mid, candidate.lineIndex))
         return Fail("an ICE candidate belongs to no media section");
+    // Each costs the engine memory for as long as the connection lives.
+    if (candidatesPassedOn > kMostCandidates) return;
+    if (++candidatesPassedOn > kMostCandidates) return Fail("too many ICE candidates");
     if (!pipeline) return;
     pipeline->AddIceCandidate({transportLine, Normalised(candidate.text)});
 }

@@ -100,6 +100,21 @@ TEST(Candidate, MayArriveBeforeTheDescription) {
     EXPECT_EQ(call.record.Count("failure"), 0U);
 }
 
+TEST(Candidate, TooManyAreReportedOnceAndLeftOut) {
+    Call call;
+    call.Connect();
+    ASSERT_TRUE(call.WaitForPictures(1));
+    constexpr int kFlood = 5000;
+    for (int number = 0; number < kFlood; ++number) {
+        const std::string text = "candidate:" + std::to_string(number) + " 1 UDP 1 127.0.0.1 " +
+                                 std::to_string(2000 + number) + " typ host";
+        call.connection->AddIceCandidate(text.c_str(), "video0", 0);
+    }
+    EXPECT_TRUE(call.record.WaitFor("failure"));
+    EXPECT_TRUE(call.WaitForPictures(10));
+    EXPECT_EQ(call.record.Count("failure"), 1U);
+}
+
 TEST(Candidate, BadOnesAreReportedAndChangeNothing) {
     Call call;
     const char* bad[] = {"nonsense",
