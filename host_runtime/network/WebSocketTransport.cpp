@@ -193,16 +193,16 @@ private:
     }
 
     void OnRead() {
-        const boost::asio::const_buffer whole = incoming.cdata();
-        if (phase == Phase::Open && socket.got_text() &&
-            EndsInsideALetter({static_cast<const char*>(whole.data()), whole.size()})) {
-            FailTheConnection();
-        } else if (phase == Phase::Open && socket.got_text()) {
-            *static_cast<char*>(incoming.prepare(1).data()) = '\0';
-            const auto* text = static_cast<const char*>(incoming.data().data());
-            Tell([&](WebSocketListener& hearer) { hearer.OnMessage(generation, text); });
-        }
+        if (phase == Phase::Open && socket.got_text()) TakeText();
         incoming.consume(incoming.size());
+    }
+
+    void TakeText() {
+        const auto* text = static_cast<const char*>(incoming.cdata().data());
+        if (EndsInsideALetter({text, incoming.size()})) return FailTheConnection();
+        *static_cast<char*>(incoming.prepare(1).data()) = '\0';
+        text = static_cast<const char*>(incoming.cdata().data());  // it may have moved
+        Tell([&](WebSocketListener& hearer) { hearer.OnMessage(generation, text); });
     }
 
     // Beast lets a message pass whose last letter is cut short before an empty last fragment.
