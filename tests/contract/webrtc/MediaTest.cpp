@@ -29,6 +29,25 @@ TEST_P(Media, FirstPictureArrives) {
 
 INSTANTIATE_TEST_SUITE_P(Codecs, Media, testing::Values("H264", "VP8", "VP9"));
 
+// A copy would lie without the rows that the decoder works on beyond the picture, 360 being no multiple
+// of 16.
+TEST_P(Media, PictureIsHandedOutWhereTheDecoderMadeIt) {
+    Record pictures;
+    Call call({.codec = GetParam(), .width = 640, .height = 360});
+    call.Connect();
+    const auto stream = call.WaitForStream();
+    ASSERT_TRUE(stream);
+    const voPointer<voVideoTrackInterface::Sink> sink(new VideoSink([&pictures](const voI420Frame& frame) {
+        const std::ptrdiff_t copied = std::ptrdiff_t{frame.strideY} * frame.height;
+        pictures.Add("picture", frame.u - frame.y > copied ? "as decoded" : "copied");
+    }));
+    stream->VideoTrack(0)->AddOrUpdateSink(sink);
+    const auto picture = pictures.WaitFor("picture");
+    ASSERT_TRUE(picture);
+    EXPECT_EQ(picture->text, "as decoded");
+    stream->VideoTrack(0)->RemoveSink(sink);
+}
+
 TEST(Media, SoundComesInBlocksOfTenMilliseconds) {
     Record blocks;
     Call call;
