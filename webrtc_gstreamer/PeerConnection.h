@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -12,6 +11,7 @@
 #include "webrtc/voPeerConnectionInterface.h"
 #include "webrtc_gstreamer/CallOut.h"
 #include "webrtc_gstreamer/Pipeline.h"
+#include "webrtc_gstreamer/ReceivedTotals.h"
 #include "webrtc_gstreamer/Receiver.h"
 #include "webrtc_gstreamer/SessionDescription.h"
 #include "webrtc_gstreamer/TaskQueue.h"
@@ -44,12 +44,6 @@ private:
         std::string text;
         std::string mid;
         std::int32_t lineIndex = 0;
-    };
-
-    struct Received {
-        std::int64_t bytes = 0;
-        std::int64_t packets = 0;
-        std::int64_t packetsLost = 0;
     };
 
     PeerConnection(std::vector<IceServer> iceServers, std::shared_ptr<PlayoutClock> clock);
@@ -104,7 +98,7 @@ private:
     std::vector<Pipeline::Candidate> localCandidates;
     bool transceiversMade = false;
     bool streamDelivered = false;
-    std::map<std::uint32_t, Received> receivedBySsrc;
+    ReceivedTotals received;
 };
 
 }  // namespace webrtc_gstreamer

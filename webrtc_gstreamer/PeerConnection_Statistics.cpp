@@ -55,15 +55,13 @@ void PeerConnection::ReadReceivedStreams(voStats& stats) {
         if (gst_structure_get(entry, "type", GST_TYPE_WEBRTC_STATS_TYPE, &type, nullptr) == FALSE) continue;
         if (type != GST_WEBRTC_STATS_INBOUND_RTP) continue;
         const auto ssrc = static_cast<std::uint32_t>(NumberIn(entry, "ssrc"));
-        receivedBySsrc[ssrc] = {NumberIn(entry, "bytes-received"), NumberIn(entry, "packets-received"),
-                                NumberIn(entry, "packets-lost")};
+        received.Take(ssrc, {NumberIn(entry, "bytes-received"), NumberIn(entry, "packets-received"),
+                             NumberIn(entry, "packets-lost")});
     }
-    // A stream that is gone keeps counting, so that the sums never fall.
-    for (const auto& [ssrc, received] : receivedBySsrc) {
-        stats.bytesReceived += received.bytes;
-        stats.counter1 += received.packets;
-        stats.counter3 += received.packetsLost;
-    }
+    const Received sum = received.Sum();
+    stats.bytesReceived = sum.bytes;
+    stats.counter1 = sum.packets;
+    stats.counter3 = sum.packetsLost;
 }
 
 }  // namespace webrtc_gstreamer

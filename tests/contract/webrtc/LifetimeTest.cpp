@@ -171,7 +171,7 @@ TEST(Statistics, CountBytesAgainstTheSteadyClock) {
     EXPECT_GE(second.counter4, first.counter4 + 15);
 }
 
-TEST(Statistics, CountVideoAndAudioTogether) {
+TEST(Statistics, CountSoundAlone) {
     Record blocks;
     std::atomic<int> count{0};
     Call sound({.sendVideo = false});

@@ -77,19 +77,19 @@ TEST(Candidate, CarriesIdentifierAndIndexAsText) {
     EXPECT_EQ(candidate->type, "video0");
 }
 
+// The phone hears no candidate of the library's, and the library none of the phone's after the description:
+// the early one is the only way.
 TEST(Candidate, MayArriveBeforeTheDescription) {
-    std::atomic<int> early{0};
     Call call;
     std::string answer;
     call.onPhoneDescription = [&call, &answer](const std::string& sdp) {
         answer = sdp;
         call.record.Add("held back");
     };
-    // The phone's candidates go to the library at once, its answer only after the first of them.
-    const auto forward = call.phone.onCandidate;
-    call.phone.onCandidate = [&call, &early, forward](unsigned int line, const std::string& candidate) {
-        forward(line, candidate);
-        ++early;
+    call.forwardsCandidates = false;
+    call.phone.onCandidate = [&call](unsigned int line, const std::string& candidate) {
+        if (call.record.Count("early") > 0) return;
+        call.connection->AddIceCandidate(candidate.c_str(), "", static_cast<std::int32_t>(line));
         call.record.Add("early");
     };
     call.Connect();
@@ -150,6 +150,27 @@ TEST(Answer, StreamIsDeliveredOnceWithBothTracks) {
     EXPECT_FALSE(stream->AudioTrack(1));
     EXPECT_TRUE(call.WaitForPictures(10));
     EXPECT_EQ(call.record.Count("stream"), 1U);
+}
+
+TEST(Answer, ToAnOfferOfTheRunningConnectionBringsNoSecondStream) {
+    Call call;
+    call.onPhoneDescription = [&call](const std::string& sdp) {
+        call.connection->SetRemoteDescription(sdp.c_str(), "answer");
+        call.record.Add("answered");
+    };
+    call.Connect();
+    ASSERT_TRUE(call.WaitForPictures(5));
+    call.connection->CreateOffer();
+    ASSERT_TRUE(call.record.WaitUntil([](const auto& all) {
+        return std::count_if(all.begin(), all.end(),
+                             [](const auto& entry) { return entry.what == "answered"; }) == 2;
+    }));
+    // Answered after all that was asked before.
+    call.connection->GetStats(new StatsReader([&call](const voStats&) { call.record.Add("stats"); }));
+    ASSERT_TRUE(call.record.WaitFor("stats"));
+    EXPECT_TRUE(call.WaitForPictures(5));
+    EXPECT_EQ(call.record.Count("stream"), 1U);
+    EXPECT_EQ(call.record.Count("failure"), 0U);
 }
 
 TEST(Answer, RefusedSoundLeavesTheTrackNull) {

@@ -136,9 +136,12 @@ GstElement* TestPhone::Webrtc() {
 }
 
 void TestPhone::Answer(const std::string& offer) {
-    Build(offer);
-    SetRemote(offer, true);
     GstElement* bin = Webrtc();
+    if (bin == nullptr) {
+        Build(offer);
+        bin = Webrtc();
+    }
+    SetRemote(offer, true);
     g_signal_emit_by_name(bin, "create-answer", nullptr,
                           gst_promise_new_with_change_func(OnMade, this, nullptr));
     gst_object_unref(bin);
