@@ -152,6 +152,16 @@ GstPadProbeReturn OnAllocationQuery(GstPad*, GstPadProbeInfo* probe, gpointer) {
     return GST_PAD_PROBE_HANDLED;
 }
 
+// The engine may lead sound through the pad that it made for the picture, and asks whether the pad's receiver
+// takes pictures when it makes a further offer. What is offered is not the receiver's choice.
+GstPadProbeReturn OnCapsQuery(GstPad*, GstPadProbeInfo* probe, gpointer) {
+    GstQuery* query = gst_pad_probe_info_get_query(probe);
+    if (GST_QUERY_TYPE(query) != GST_QUERY_CAPS) return GST_PAD_PROBE_OK;
+    const CapsPointer any(gst_caps_new_any());
+    gst_query_set_caps_result(query, any.get());
+    return GST_PAD_PROBE_HANDLED;
+}
+
 void ConnectVideo(GstElement* bin, const std::shared_ptr<VideoTrack>& track) {
     auto* output = new VideoOutput(track);
     {
@@ -201,6 +211,7 @@ GstElement* AddReceiver(GstBin* pipeline, GstPad* pad, const ReceivingTracks& tr
     gst_bin_add(pipeline, bin);
     gst_element_sync_state_with_parent(bin);
     const PadPointer sinkPad(gst_element_get_static_pad(bin, "sink"));
+    gst_pad_add_probe(sinkPad.get(), GST_PAD_PROBE_TYPE_QUERY_DOWNSTREAM, OnCapsQuery, nullptr, nullptr);
     if (gst_pad_link(pad, sinkPad.get()) != GST_PAD_LINK_OK) LogError("a received stream cannot be linked");
     return bin;
 }
