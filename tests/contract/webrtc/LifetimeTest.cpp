@@ -33,6 +33,20 @@ TEST(Lifetime, ReleaseAtOnceAfterCreation) {
     }
 }
 
+TEST(Lifetime, LocalStreamStaysWithItsPeerConnection) {
+    Call call;
+    const std::int64_t before = webrtc_gstreamer::LivingObjects();
+    {
+        const auto video = call.connection->CreateVideoTrack("VideoTrack", nullptr);
+        const auto audio = call.connection->CreateAudioTrackWithDefaultMic("AudioTrack");
+        EXPECT_TRUE(call.connection->CreateLocalMediaStream(video, audio));
+    }
+    EXPECT_EQ(webrtc_gstreamer::LivingObjects(), before + 3) << "the stream and its tracks";
+    call.Release();
+    EXPECT_TRUE(webrtc_gstreamer::WaitUntilIdle(10'000));
+    EXPECT_EQ(webrtc_gstreamer::LivingObjects(), 0);
+}
+
 class ReleasedInside : public testing::TestWithParam<const char*> {};
 
 TEST_P(ReleasedInside, AnObserverCall) {

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <memory>
 
 #include "tests/contract/webrtc/Call.h"
 
@@ -253,6 +254,22 @@ TEST(States, EndInConnectedOrCompleted) {
         if (entry.what == "signaling") signaling.push_back(entry.text);
     }
     EXPECT_EQ(signaling, (std::vector<std::string>{"1", "0"}));
+}
+
+TEST(Factory, NeedsTheTextsOfItsServersForTheCallOnly) {
+    Call call;
+    auto url = std::make_unique<std::string>("turn:127.0.0.1:3478?transport=udp");
+    auto username = std::make_unique<std::string>("a name that is too long to stay in place");
+    auto password = std::make_unique<std::string>("a word that is too long to stay in place");
+    const voStunServer server{url->c_str(), username->c_str(), password->c_str()};
+    call.Reconnect(&server, 1);
+    ASSERT_TRUE(call.connection);
+    for (const auto& text : {&url, &username, &password}) {
+        (*text)->assign((*text)->size(), '!');
+        text->reset();
+    }
+    call.Connect();
+    EXPECT_TRUE(call.WaitForPictures(1));
 }
 
 TEST(Factory, RefusesImpossibleServers) {

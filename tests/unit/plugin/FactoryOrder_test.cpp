@@ -125,6 +125,20 @@ TEST_F(FactoryOrder, OfTheStartHasTheRegistryLastAndUndoesItAllOnAnError) {
     EXPECT_EQ(registry.releases, 0);
 }
 
+// A session outlives the factory for the length of the job in which it was told of its message.
+TEST_F(FactoryOrder, OfTheEndMayBeginInsideAListener) {
+    const auto owner = std::make_shared<zObject>();
+    factory->AddWithdrawListener(owner, [this](const char*) { EndFactory(); });
+    const auto socket = ActivateAndOpen("source");
+    Join(socket, "phone", "source");
+    Deliver(socket, R"({"action":"peerDisconnected","peersIdentifier":"phone"})");
+    EXPECT_EQ(nxKestrelRenderersFactory::Alive(), 0);
+    EXPECT_EQ(nxWebRtcSession::Alive(), 0);
+    EXPECT_EQ(owner.use_count(), 1);
+    EXPECT_EQ(registry.withdrawn.size(), 1U);
+    EXPECT_EQ(socket->CloseCount(), 1);
+}
+
 TEST_F(FactoryOrder, EveryBaseEndsTheWholeFactory) {
     const zObject* const base = static_cast<nxRendererFactory2*>(factory);
     delete base;
