@@ -7,15 +7,16 @@
 
 namespace webrtc_gstreamer {
 
-// Calls into the user's code; an exception stops here and is logged.
+// Calls into the user's code; an exception stops here and is logged. On a thread that may be the user's,
+// `log` is LogErrorOfCaller.
 template <class Call>
-void CallOut(const char* what, Call&& call) {
+void CallOut(const char* what, Call&& call, void (*log)(const std::string&) = &LogError) {
     try {
         call();
     } catch (const std::exception& error) {
-        LogError(std::string("exception in ") + what + ": " + error.what());
+        log(std::string("exception in ") + what + ": " + error.what());
     } catch (...) {
-        LogError(std::string("exception in ") + what);
+        log(std::string("exception in ") + what);
     }
 }
 

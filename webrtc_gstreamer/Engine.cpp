@@ -47,7 +47,7 @@ bool EnsureEngine() {
     static const std::vector<std::string> problems = Start();
     // Every time: the first time may have been before anybody listened.
     for (const std::string& problem : problems)
-        LogError(problem);
+        LogErrorOfCaller(problem);
     return problems.empty();
 }
 

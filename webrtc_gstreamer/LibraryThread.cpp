@@ -74,6 +74,7 @@ bool StartLibraryThread(const char* name, std::function<void()> run) {
         }).detach();
     } catch (const std::system_error& error) {
         ChangeCount(-1);
+        // On this thread, whoever's it is: there is no other.
         LogError(std::string("no thread: ") + error.what());
         return false;
     }

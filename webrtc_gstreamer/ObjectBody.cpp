@@ -19,7 +19,8 @@ public:
 private:
     void EndObject() override {
         if (destroy == nullptr) return;
-        webrtc_gstreamer::CallOut("a destroy function", [this] { destroy(Object()); });
+        webrtc_gstreamer::CallOut(
+            "a destroy function", [this] { destroy(Object()); }, &webrtc_gstreamer::LogErrorOfCaller);
     }
 
     const vo_webrtc::voCallback::DestroyFunction destroy;

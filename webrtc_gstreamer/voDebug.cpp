@@ -6,6 +6,7 @@
 
 #include "support/annotated_mutex.h"
 #include "webrtc_gstreamer/Engine.h"
+#include "webrtc_gstreamer/LibraryThread.h"
 #include "webrtc_gstreamer/Log.h"
 
 namespace webrtc_gstreamer {
@@ -106,6 +107,15 @@ void Log(LogLevel level, const std::string& text) {
     }
     sink = nullptr;
     inSink = false;
+}
+
+void LogErrorOfCaller(const std::string& text) {
+    {
+        LogState& state = TheState();
+        const support::MutexLock lock(state.mutex);
+        if (state.sink.Get() == nullptr || LogLevel::Error < state.level) return;
+    }
+    StartLibraryThread("log line", [text] { LogError(text); });
 }
 
 }  // namespace webrtc_gstreamer

@@ -1,6 +1,7 @@
 // The library calls back on threads of its own, whoever's call it was that led to it.
 #include <gtest/gtest.h>
 
+#include <stdexcept>
 #include <thread>
 
 #include "tests/contract/webrtc/Call.h"
@@ -80,6 +81,20 @@ TEST_F(Threads, OfTheLogAreTheLibrarys) {
         EXPECT_TRUE(call.record.WaitFor("offer"));
         EXPECT_TRUE(called.WaitFor("line"));
     }
+    voDebug::SetLogging(nullptr, voDebug::LogLevel::None);
+    ExpectNoneOnTheCallersThread();
+}
+
+void DeleteAndThrow(voObject* object) {
+    delete object;
+    throw std::runtime_error("a fault of a destroy function");
+}
+
+TEST_F(Threads, OfTheLogAreTheLibrarysAlsoWhenTheCallerMeetsAFault) {
+    voDebug::SetLogging(new LineSink([this](const char*) { Note("line"); }), voDebug::LogLevel::Error);
+    voPointer<voCallback> faulty(new voCallback(&DeleteAndThrow));
+    faulty = nullptr;
+    EXPECT_TRUE(called.WaitUntil([](const auto& all) { return !all.empty(); }));
     voDebug::SetLogging(nullptr, voDebug::LogLevel::None);
     ExpectNoneOnTheCallersThread();
 }
