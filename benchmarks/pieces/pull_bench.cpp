@@ -1,49 +1,29 @@
-// What pulling costs, beside the bare operations that tools/bench divides it by.
+// What pulling costs, beside the bare operations that it is divided by.
 #include <benchmark/benchmark.h>
 
 #include <array>
 #include <cstring>
 #include <memory>
-#include <thread>
 
-#include "tests/unit/renderers/AudioRendererTest.h"
+#include "benchmarks/pieces/PictureSizes.h"
+#include "benchmarks/pieces/RealRenderers.h"
+#include "benchmarks/pieces/SecondThread.h"
+#include "host/media/nxBuffer2.h"
+#include "renderers/SampleRing.h"
 
+namespace benchmarks {
 namespace {
 
 constexpr std::size_t kBlockBytes = 6400;  // 1600 frames of stereo sound
 
-// Locks and counts are cheaper in a process of one thread, which no host is: a second one waits meanwhile.
-class SecondThread {
-public:
-    SecondThread() { done.Lock(); }
-    ~SecondThread() {
-        done.Unlock();
-        other.join();
-    }
-
-private:
-    support::Mutex done;  // guards no field: held until the measuring ends
-    std::thread other{[this] { const support::MutexLock lock(done); }};
-};
-
-// The renderers as their tests set them up.
-class Setup : public tests::AudioRendererTest {
-public:
-    using AudioRendererTest::MakeVideoRenderer;
-
-private:
-    void TestBody() override {}
-};
-
 void PullOfAHeldPicture(benchmark::State& state) {
     const SecondThread second;
-    Setup setup;
-    const auto renderer = setup.MakeVideoRenderer();
-    const tests::Picture picture(1280, 720, 50);
-    renderer->OnVideoFrame(picture.frame);
+    RealRenderers renderers(SizeOfHeight(720));
+    PlanarPictures pictures(SizeOfHeight(720));
+    renderers.Video().OnVideoFrame(pictures.Next());
     for (auto _ : state) {
         nxBuffer2* buffer = nullptr;
-        renderer->BufferForParameters(&buffer, {1000, 1});
+        renderers.Video().BufferForParameters(&buffer, {1000, 1});
         benchmark::DoNotOptimize(buffer);
         buffer->Release();
     }
@@ -90,5 +70,4 @@ void CopyOf6400Bytes(benchmark::State& state) {
 BENCHMARK(CopyOf6400Bytes);
 
 }  // namespace
-
-BENCHMARK_MAIN();
+}  // namespace benchmarks
