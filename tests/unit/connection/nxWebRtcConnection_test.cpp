@@ -259,4 +259,15 @@ TEST_F(Connection, RendererDataMadeWhileTheTallySenderIsClearedHasNone) {
     EXPECT_EQ(socket->Sent().size(), 1U);
 }
 
+TEST_F(Connection, RendererDataMadeAfterANewSocketHasIt) {
+    const auto connection = Make();
+    connection->ClearTallySender();
+    const auto next = std::make_shared<fakes::FakeWebSocket>();
+    connection->SetSocket(next);
+    connection->GetRendererData();
+    connection->SetOnAir(true);
+    EXPECT_EQ(next->Sent().size(), 1U);
+    EXPECT_THAT(socket->Sent(), IsEmpty());
+}
+
 }  // namespace

@@ -123,4 +123,15 @@ TEST_F(FactoryHost, AnswersThatAreTheSameForEveryNameMakeAnAddressTaken) {
     EXPECT_FALSE(factory->IsAddressInUse("other.local"));
 }
 
+TEST_F(FactoryHost, AnswersForAHostOfTwoCharactersOrMoreMakeAnAddressTaken) {
+    Activate("source", "phone.local");
+    host.lookUp = {false, ""};
+    host.hostOfUrl = {true, "ph"};
+    EXPECT_TRUE(factory->IsAddressInUse("other.local"));
+    host.hostOfUrl = {true, "p"};
+    EXPECT_FALSE(factory->IsAddressInUse("other.local"));
+    host.hostOfUrl = {false, "phone.local"};
+    EXPECT_FALSE(factory->IsAddressInUse("other.local"));
+}
+
 }  // namespace

@@ -16,6 +16,8 @@ extern "C" {
 
 const char* __real__ZNK14ePatoisManager6LookupEPKc(const ePatoisManager*, const char* key);
 bool __real__ZN7zSocket9DNSLookupEPKcR7zString(const char* host, zString& address);
+bool __real__ZN10zURLString3GetEPKcP7zStringS3_S3_S3_(const char* url, zString* scheme, zString* host,
+                                                      zString* port, zString* path);
 zStatus __real__ZN8ePhoenix19NewGUIFromXMLRecordEP6ePurseRK7zRecordPP5eView(ePurse*, const zRecord& layout,
                                                                             eView** views);
 void __real__ZN5eView12AddChildViewEPS_i(eView*, eView* child, std::int32_t position);
@@ -30,8 +32,16 @@ const char* __wrap__ZNK14ePatoisManager6LookupEPKc(const ePatoisManager* manager
 bool __wrap__ZN7zSocket9DNSLookupEPKcR7zString(const char* host, zString& address) {
     const auto& lookUp = tests::ThePlayedHost().lookUp;
     if (!lookUp) return __real__ZN7zSocket9DNSLookupEPKcR7zString(host, address);
-    address.Assign(lookUp->address);
-    return lookUp->found;
+    address.Assign(lookUp->text);
+    return lookUp->succeeded;
+}
+
+bool __wrap__ZN10zURLString3GetEPKcP7zStringS3_S3_S3_(const char* url, zString* scheme, zString* host,
+                                                      zString* port, zString* path) {
+    const auto& hostOfUrl = tests::ThePlayedHost().hostOfUrl;
+    if (!hostOfUrl) return __real__ZN10zURLString3GetEPKcP7zStringS3_S3_S3_(url, scheme, host, port, path);
+    if (host != nullptr) host->Assign(hostOfUrl->text);
+    return hostOfUrl->succeeded;
 }
 
 zStatus __wrap__ZN8ePhoenix19NewGUIFromXMLRecordEP6ePurseRK7zRecordPP5eView(ePurse* purse,

@@ -16,9 +16,9 @@ class zRecord;
 namespace tests {
 
 struct PlayedHost {
-    struct LookUp {
-        bool found = false;
-        std::string address;
+    struct Answer {
+        bool succeeded = false;
+        std::string text;
     };
     struct AddedView {
         const eView* child = nullptr;
@@ -26,7 +26,8 @@ struct PlayedHost {
     };
 
     std::map<std::string, std::string> translations;
-    std::optional<LookUp> lookUp;  // of every host name
+    std::optional<Answer> lookUp;     // of every host name
+    std::optional<Answer> hostOfUrl;  // of every URL
     std::function<zStatus(const zRecord& layout, eView** views)> makeViews;
     std::vector<AddedView> addedViews;
 };
