@@ -117,6 +117,13 @@ bool App::OpenOutputs() {
             return false;
         }
     }
+    if (!options.timelineFile.empty()) {
+        timeline = Timeline::Open(options.timelineFile, error);
+        if (!timeline) {
+            Complain("The timeline cannot be written. " + error);
+            return false;
+        }
+    }
     if (!options.recordDirectory.empty()) {
         std::error_code ignored;
         std::filesystem::create_directories(options.recordDirectory, ignored);
@@ -177,6 +184,7 @@ void App::Watch(const std::shared_ptr<host_runtime::Source>& source) {
     if (!options.recordDirectory.empty())
         recorder = std::make_shared<Recorder>(options.recordDirectory, source->Address());
     const auto monitor = std::make_shared<SourceMonitor>(options.probe, recorder);
+    if (timeline) monitor->WriteTo(timeline, source->Address());
     host->Puller().Add(source, monitor);
     watched.push_back({source, monitor, 0, host->OpenPanel(source->Identifier())});
 }

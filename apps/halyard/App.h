@@ -60,6 +60,7 @@ private:
     int traceDescriptor;
     std::int64_t startedAtUs = 0;
     std::vector<Watched> watched;
+    std::shared_ptr<Timeline> timeline;  // with --timeline
     std::unique_ptr<host_runtime::Host> host;
     std::unique_ptr<PanelConsole> console;  // with --panel, while it runs
 };

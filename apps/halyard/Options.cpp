@@ -70,6 +70,8 @@ void Declare(CLI::App& app, Options& options, RawOptions& raw) {
                  "Show the sources' settings panels and take commands on standard input; type help");
     app.add_option("--report", options.report, "Write a JSON report at the end; - is standard output")
         ->type_name("FILE|-");
+    app.add_option("--timeline", options.timelineFile, "Write down there when each new picture was pulled")
+        ->type_name("FILE");
     app.add_flag("--quiet", options.quiet, "No progress lines");
     app.add_option("--trace", options.traceFile, "Write the host trace there (default: standard error)")
         ->type_name("FILE");
@@ -90,7 +92,7 @@ std::string Complete(const CLI::App& app, Options& options, const RawOptions& ra
             *options.durationSeconds > kLongestSeconds)
             return "--duration takes a number of seconds above 0, not '" + raw.duration + "'";
     }
-    for (const char* name : {"--plugin", "--state", "--record", "--report", "--trace"}) {
+    for (const char* name : {"--plugin", "--state", "--record", "--report", "--timeline", "--trace"}) {
         if (app.count(name) != 0 && app.get_option(name)->as<std::string>().empty())
             return std::string(name) + " is empty";
     }

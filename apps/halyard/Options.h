@@ -27,7 +27,8 @@ struct Options {
     bool panel = false;  // show and drive the settings panels
     std::string report;  // a file, "-" for standard output, empty for none
     bool quiet = false;
-    std::filesystem::path traceFile;  // empty: standard error
+    std::filesystem::path timelineFile;  // empty: none
+    std::filesystem::path traceFile;     // empty: standard error
 };
 
 // Nothing when the program is to end at once: help or version was asked for (`exitCode` 0), or the usage is

@@ -22,6 +22,7 @@ constexpr double kLongestLatencyMs = 10'000.0;
 Probe::Probe() : latencies(0, kLongestLatencyMs), offsets(-500, 500) {}
 
 bool Probe::OnNewPicture(nxBuffer2& picture, std::int64_t presentationTimeUs, std::int64_t nowUs) {
+    lastLatencyMs.reset();
     const PictureView view(picture);
     if (!view.IsUsable()) return false;
     const auto lumaAt = [&view](int x, int y) { return view.LumaAt(x, y); };
@@ -45,7 +46,8 @@ bool Probe::OnNewPicture(nxBuffer2& picture, std::int64_t presentationTimeUs, st
     if (lastFrame && read->frameNumber > *lastFrame) skippedPictures += read->frameNumber - *lastFrame - 1;
     lastFrame = read->frameNumber;
     const std::uint64_t ageUs = (static_cast<std::uint64_t>(nowUs) - read->senderTimeUs) & kClockMask;
-    latencies.Add(static_cast<double>(ageUs) / 1000.0);
+    lastLatencyMs = static_cast<double>(ageUs) / 1000.0;
+    latencies.Add(*lastLatencyMs);
     return false;
 }
 

@@ -23,6 +23,8 @@ public:
     void OnSound(std::span<const std::int16_t> samples, std::int64_t presentationTimeUs);
 
     const Histogram& LatencyMs() const { return latencies; }
+    // Of the last picture; nothing when it bore no stamp.
+    std::optional<double> LastLatencyMs() const { return lastLatencyMs; }
     std::int64_t StampedPictures() const { return stampedPictures; }
     std::int64_t SkippedPictures() const { return skippedPictures; }
     std::int64_t RepeatedPictures() const { return repeatedPictures; }
@@ -38,6 +40,7 @@ private:
     std::int64_t skippedPictures = 0;
     std::int64_t repeatedPictures = 0;
     std::optional<std::uint32_t> lastFrame;
+    std::optional<double> lastLatencyMs;
 
     bool flashing = true;  // a flash that is already on when the first picture comes does not count
     std::optional<std::int64_t> flashUs;

@@ -21,25 +21,40 @@ SourceMonitor::SourceMonitor(bool probes, std::shared_ptr<Recorder> sourceRecord
 
 SourceMonitor::~SourceMonitor() = default;
 
+void SourceMonitor::WriteTo(std::shared_ptr<Timeline> keptTimeline, std::string name) {
+    timeline = std::move(keptTimeline);
+    timelineName = std::move(name);
+}
+
 void SourceMonitor::OnPicture(const host_runtime::PulledPicture& picture) {
     const std::int64_t nowUs = host_runtime::SteadyNowUs();
     if (recorder) recorder->OnPicture(picture);
     const support::MutexLock lock(mutex);
     ++counts.picturesPulled;
+    if (timeline && !picture.isPicture && !showsColour) timeline->Colour(nowUs, timelineName);
+    showsColour = !picture.isPicture;
     if (!picture.isNew) return;
     if (!counts.firstPictureAtUs) counts.firstPictureAtUs = nowUs;
     counts.width = picture.buffer->GetDisplayWidth();
     counts.height = picture.buffer->GetDisplayHeight();
     // Another buffer may still show a frame that the sender sent twice.
     const bool seenBefore = probe && probe->OnNewPicture(*picture.buffer, picture.presentationTimeUs, nowUs);
-    if (!seenBefore) ++counts.distinctPictures;
+    if (seenBefore) return;
+    ++counts.distinctPictures;
+    if (!timeline) return;
+    const std::optional<double> latencyMs = probe ? probe->LastLatencyMs() : std::nullopt;
+    timeline->Picture(nowUs, timelineName, counts.width, counts.height, latencyMs);
 }
 
 void SourceMonitor::OnSound(const host_runtime::PulledSound& sound) {
     if (recorder) recorder->OnSound(sound);
     const std::span<const std::int16_t> samples = Samples(*sound.buffer);
     const support::MutexLock lock(mutex);
+    const std::int64_t silentBlocks = soundMeter.SilentBlocks();
     soundMeter.Add(samples);
+    const bool silent = soundMeter.SilentBlocks() > silentBlocks;
+    if (timeline && silent != isSilent) timeline->Sound(host_runtime::SteadyNowUs(), timelineName, silent);
+    isSilent = silent;
     if (probe) probe->OnSound(samples, sound.presentationTimeUs);
 }
 

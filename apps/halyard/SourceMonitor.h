@@ -4,10 +4,12 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 
 #include "apps/halyard/Probe.h"
 #include "apps/halyard/Recorder.h"
 #include "apps/halyard/SoundMeter.h"
+#include "apps/halyard/Timeline.h"
 #include "host_runtime/sources/PullConsumer.h"
 #include "support/annotated_mutex.h"
 
@@ -40,6 +42,8 @@ public:
 
     // `sourceRecorder` may be null.
     SourceMonitor(bool probes, std::shared_ptr<Recorder> sourceRecorder);
+    // Before the first pull: `name` is how the source is called there.
+    void WriteTo(std::shared_ptr<Timeline> keptTimeline, std::string name);
     ~SourceMonitor() override;
 
     void OnPicture(const host_runtime::PulledPicture& picture) override;
@@ -51,9 +55,13 @@ public:
 
 private:
     const std::shared_ptr<Recorder> recorder;
+    std::shared_ptr<Timeline> timeline;  // may be null
+    std::string timelineName;
     mutable support::Mutex mutex;
     Counts counts GUARDED_BY(mutex);
     SoundMeter soundMeter GUARDED_BY(mutex);
+    bool showsColour GUARDED_BY(mutex) = true;
+    bool isSilent GUARDED_BY(mutex) = true;
     std::unique_ptr<Probe> probe GUARDED_BY(mutex);
 };
 

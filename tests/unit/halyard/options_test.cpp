@@ -42,13 +42,29 @@ TEST(Options, HaveDefaults) {
 }
 
 TEST(Options, AreAllUnderstood) {
-    const Parsed parsed = Parse({"--source",   "10.0.0.1",     "--source=ws://10.0.0.2/",
-                                 "--plugin",   "p.so",         "--state",
-                                 "s",          "--fps",        "59.94",
-                                 "--duration", "2.5",          "--record",
-                                 "r",          "--probe",      "--report",
-                                 "-",          "--quiet",      "--trace",
-                                 "t",          "--discovered", "--panel"});
+    const Parsed parsed = Parse({"--source",
+                                 "10.0.0.1",
+                                 "--source=ws://10.0.0.2/",
+                                 "--plugin",
+                                 "p.so",
+                                 "--state",
+                                 "s",
+                                 "--fps",
+                                 "59.94",
+                                 "--duration",
+                                 "2.5",
+                                 "--record",
+                                 "r",
+                                 "--probe",
+                                 "--report",
+                                 "-",
+                                 "--quiet",
+                                 "--trace",
+                                 "t",
+                                 "--discovered",
+                                 "--panel",
+                                 "--timeline",
+                                 "l"});
     ASSERT_TRUE(parsed.options) << parsed.err;
     const Options& options = *parsed.options;
     EXPECT_EQ(options.sources, (std::vector<std::string>{"10.0.0.1", "ws://10.0.0.2/"}));
@@ -64,6 +80,7 @@ TEST(Options, AreAllUnderstood) {
     EXPECT_TRUE(options.quiet);
     EXPECT_TRUE(options.panel);
     EXPECT_EQ(options.traceFile, "t");
+    EXPECT_EQ(options.timelineFile, "l");
 }
 
 TEST(Options, BadUsageIsExitCodeTwoWithAReason) {
