@@ -4,10 +4,12 @@
 #include <gst/rtp/rtp.h>
 #include <gst/video/video.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "apps/petrel/IceSetup.h"
 #include "apps/petrel/PeerMediaLink.h"
+#include "apps/petrel/Retransmitter.h"
 #include "apps/petrel/SdpFields.h"
 
 namespace petrel {
@@ -30,11 +32,20 @@ GstPadProbeReturn OnUpstreamEvent(GstPad*, GstPadProbeInfo* info, gpointer encod
     return GST_PAD_PROBE_OK;
 }
 
-// Live media is sent at once; its timestamps are for the receiver.
-void OnElementAdded(GstBin*, GstBin*, GstElement* element, gpointer) {
+// Live media is sent at once; its timestamps are for the receiver. What is lost is sent again, if nothing
+// else was agreed on, where webrtcbin's own element would swallow the client's wish.
+void OnElementAdded(GstBin*, GstBin*, GstElement* element, gpointer data) {
     const GstElementFactory* factory = gst_element_get_factory(element);
     if (factory == nullptr) return;
     if (g_strcmp0(GST_OBJECT_NAME(factory), "clocksync") == 0) g_object_set(element, "sync", FALSE, nullptr);
+    if (g_strcmp0(GST_OBJECT_NAME(factory), "srtpenc") == 0) Retransmitter::Allow(element);
+    if (g_strcmp0(GST_OBJECT_NAME(factory), "rtprtxsend") != 0) return;
+    const auto& plan = *static_cast<const OfferPlan*>(data);
+    if (std::any_of(plan.media.begin(), plan.media.end(),
+                    [](const auto& media) { return media.retransmission; }))
+        return;
+    const GstHandle<GstPad> output(gst_element_get_static_pad(element, "src"));
+    if (output != nullptr) Retransmitter::AttachTo(output.get());
 }
 
 GstElement* MakeVideoPayloader(VideoCodec codec) {
@@ -92,7 +103,8 @@ PeerMedia::~PeerMedia() {
 
 bool PeerMedia::Build(std::string& error) {
     pipeline.reset(GST_ELEMENT(gst_object_ref_sink(gst_pipeline_new(nullptr))));
-    g_signal_connect(pipeline.get(), "deep-element-added", G_CALLBACK(OnElementAdded), nullptr);
+    g_signal_connect(pipeline.get(), "deep-element-added", G_CALLBACK(OnElementAdded),
+                     const_cast<OfferPlan*>(&plan));
     webrtc = MakeElement("webrtcbin");
     if (webrtc == nullptr) {
         error = "GStreamer's webrtcbin is not installed";
