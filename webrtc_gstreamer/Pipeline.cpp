@@ -26,14 +26,18 @@ constexpr guint64 kRtcpMinimumInterval = 10 * GST_MSECOND;
 // Between two connectivity checks; the shortest that RFC 8445, section 14.2 allows.
 constexpr unsigned int kIcePacingMs = 5;
 
-// Repairs what bundling in webrtcbin leaves unset: retransmission requests and quick feedback.
+// For a stream of a bundle, webrtcbin's own handler, which ran before, has switched the requests off.
+void OnNewJitterBuffer(GstElement*, GstElement* jitterBuffer, guint, guint, gpointer) {
+    g_object_set(jitterBuffer, "do-retransmission", TRUE, nullptr);
+}
+
 void OnElementAdded(GstBin*, GstBin*, GstElement* element, gpointer) {
     const GstElementFactory* factory = gst_element_get_factory(element);
     if (factory == nullptr) return;
     const std::string_view name =
         gst_plugin_feature_get_name(GST_PLUGIN_FEATURE(const_cast<GstElementFactory*>(factory)));
     if (name == "rtpjitterbuffer") {
-        g_object_set(element, "do-retransmission", TRUE, "faststart-min-packets", kFirstPackets, nullptr);
+        g_object_set(element, "faststart-min-packets", kFirstPackets, nullptr);
     } else if (name == "rtpsession") {
         g_object_set(element, "bandwidth", kRtcpBandwidth, "rtcp-min-interval", kRtcpMinimumInterval,
                      nullptr);
@@ -92,6 +96,9 @@ bool Pipeline::Build(const std::vector<IceServer>& servers) {
                  nullptr);
     g_signal_connect(pipeline.get(), "deep-element-added", G_CALLBACK(OnElementAdded), nullptr);
     gst_bin_add(GST_BIN(pipeline.get()), webrtc);
+    const ElementPointer rtpbin(gst_bin_get_by_name(GST_BIN(webrtc), "rtpbin"));
+    if (rtpbin)
+        g_signal_connect_after(rtpbin.get(), "new-jitterbuffer", G_CALLBACK(OnNewJitterBuffer), nullptr);
     const BusPointer bus(gst_element_get_bus(pipeline.get()));
     gst_bus_set_sync_handler(bus.get(), OnMessage, nullptr, nullptr);
     SetUpIce(servers);
