@@ -1,6 +1,7 @@
 """What is measured, which figures are to be held, and how results are written down."""
 
 import dataclasses
+import re
 import statistics
 
 
@@ -43,8 +44,8 @@ FIGURES = [
     Figure("pullMutexPairs", "a pull of the newest picture / a mutex lock and unlock", at_most=6.0),
     Figure("ringReadVsMemcpy", "ring read of 1600 frames / memcpy of 6400 bytes", at_most=1.6),
     Figure("offerMessageUs", "building and parsing an offer message", "us", digits=1),
-    Figure("stream.cpuVsBare", "CPU of the receiver / bare webrtcbin receiver", at_most=1.0),
-    Figure("stream.cpuVsChromium", "CPU of the receiver / headless Chromium", at_most=0.6),
+    Figure("stream.cpuVsBare", "CPU per picture of the receiver / bare webrtcbin receiver", at_most=1.0),
+    Figure("stream.cpuVsChromium", "CPU per picture of the receiver / headless Chromium", at_most=0.6),
     Figure("stream.cpuPercent", "CPU of the receiver, one stream", "% of a core", digits=1),
     Figure("stream.bareCpuPercent", "  the bare receiver", "% of a core", digits=1),
     Figure("stream.chromiumCpuPercent", "  headless Chromium, all its processes", "% of a core", digits=1),
@@ -52,6 +53,7 @@ FIGURES = [
     Figure("stream.latencyP50Ms", "sender's stamp to pullable, p50", "ms", at_most=5.0, digits=1),
     Figure("stream.latencyP99Ms", "sender's stamp to pullable, p99", "ms", at_most=20.0, digits=1),
     Figure("stream.senderMs", "  of it painting and encoding at the sender, p50", "ms", digits=1),
+    Figure("stream.afterSenderMs", "  of it after the sender, the difference of the two", "ms", digits=1),
     Figure("stream.pulledP50Ms", "sender's stamp to a pull of 30 per second, p50", "ms", digits=1),
     Figure("stream.pulledP99Ms", "sender's stamp to a pull of 30 per second, p99", "ms", digits=1),
     Figure("stream.bareLatencyP50Ms", "sender's stamp to the bare receiver's picture, p50", "ms", digits=1),
@@ -70,8 +72,8 @@ FIGURES = [
     Figure("stream.distinctPerSecondAt8", "distinct pictures per second of the worst of 8 streams", at_least=29.9),
     Figure("stream.bareDistinctPerSecondAt8", "  the bare receiver"),
     Figure("stream.chromiumDistinctPerSecondAt8", "  headless Chromium"),
-    Figure("stream.cpuVsBareAt8", "CPU of the receiver / bare webrtcbin receiver, 8 streams", at_most=1.0),
-    Figure("stream.cpuVsChromiumAt8", "CPU of the receiver / headless Chromium, 8 streams", at_most=0.6),
+    Figure("stream.cpuVsBareAt8", "CPU per picture, 8 streams / bare webrtcbin receiver", at_most=1.0),
+    Figure("stream.cpuVsChromiumAt8", "CPU per picture, 8 streams / headless Chromium", at_most=0.6),
     Figure("stream.cpuPercentAt8", "CPU of the receiver, 8 streams", "% of a core", digits=1),
     Figure("stream.bareCpuPercentAt8", "  the bare receiver", "% of a core", digits=1),
     Figure("stream.chromiumCpuPercentAt8", "  headless Chromium, all its processes", "% of a core", digits=1),
@@ -116,6 +118,14 @@ def median_ratio(numerators: list[float], denominators: list[float]) -> float:
     if len(numerators) != len(denominators) or not numerators:
         raise ValueError("a ratio needs as many rounds on both sides, and at least one")
     return statistics.median(above / below for above, below in zip(numerators, denominators))
+
+
+def progress_rate(lines: list[str], streams: int) -> float:
+    """Pictures per second of all streams together, from what halyard says of each of them every second."""
+    said = [float(found.group(1)) for line in lines if (found := re.search(r"([\d.]+) pictures/s", line))]
+    if not said or sum(said) == 0:
+        raise ValueError("there was no picture")
+    return statistics.mean(said) * streams
 
 
 def nested(values: dict[str, float]) -> dict:

@@ -31,6 +31,20 @@ class Ratios(unittest.TestCase):
                 figures.median_ratio(above, below)
 
 
+class Progress(unittest.TestCase):
+    LINES = ["halyard: a note\n",
+             "3 s  127.0.0.2        live      1280x720    30.0 pictures/s   -19.1 dBFS   32.1 ms  Connected\n",
+             "3 s  127.0.0.3        live      1280x720    20.0 pictures/s   -19.1 dBFS   32.1 ms  Connected\n"]
+
+    def test_gives_the_rate_of_all_streams(self) -> None:
+        self.assertEqual(figures.progress_rate(self.LINES, 2), 50.0)
+
+    def test_without_pictures_gives_no_rate(self) -> None:
+        for lines in ([], ["4 s  127.0.0.2  waiting   -   0.0 pictures/s\n"]):
+            with self.assertRaises(ValueError):
+                figures.progress_rate(lines, 1)
+
+
 class JsonFile(unittest.TestCase):
     def test_has_every_promised_key_even_when_nothing_was_measured(self) -> None:
         written = json.loads(json.dumps(figures.nested({})))

@@ -13,9 +13,11 @@ from processes import Child, Failed, Usage, descendants, proportional_mb, reside
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 RATE = 30
+PROGRAMME_RATE = 60  # twice the phone's, so that no picture is missed for the phase of the pulls
 SIZE = "1920x1080"
 SETTLE_SECONDS = 2.0  # after the first pictures: key frames are through, pools are filled
 START_LIMIT = 60.0
+LONGEST_IDLE_SECONDS = 10.0
 FRESH_PROCESSES = 5
 WARM_ACTIVATIONS = 5
 
@@ -89,16 +91,18 @@ class Round:
         """halyard with the plug-in, as a user runs it: what it costs, and what it costs the sender."""
         sources = [word for address in self.addresses for word in ("--source", address)]
         with tempfile.TemporaryDirectory() as state, \
-                running(self.programs.program("halyard"), "--state", state, "--fps", RATE, *sources) as host:
+                running(self.programs.program("halyard"), "--state", state, "--fps", PROGRAMME_RATE, *sources) as host:
             for address in self.addresses:
                 host.wait_for_line(lambda line, name=address: f"{name} " in line and " live " in line, START_LIMIT)
             time.sleep(SETTLE_SECONDS)
+            said_before = len(host.output)
             used, sent = Usage([host.pid]), Usage([self.sender.pid])
             time.sleep(self.seconds)
-            pictures = RATE * self.seconds * len(self.addresses)
-            return {"cpu": used.cpu_percent(), "senderCpu": sent.cpu_percent(), "memory": resident_mb(host.pid),
+            cpu, sender_cpu, faults = used.cpu_percent(), sent.cpu_percent(), used.faults()
+            rate = figures.progress_rate(host.output[said_before:], len(self.addresses))
+            return {"cpu": cpu, "senderCpu": sender_cpu, "perPicture": cpu / rate, "memory": resident_mb(host.pid),
                     "senderMemory": resident_mb(self.sender.pid), "threads": threads(host.pid),
-                    "faults": used.faults() / pictures}
+                    "faults": faults / (rate * self.seconds)}
 
     def look(self) -> dict[str, float]:
         """The same plug-in in a host that pulls every millisecond."""
@@ -130,7 +134,11 @@ class Round:
         time.sleep(SETTLE_SECONDS)
         used = Usage(pids)
         counted = _watched(receiver, self.seconds, "begin")
-        values = {"cpu": used.cpu_percent(), "distinct": _per_second(counted["streams"], "pictures"),
+        cpu = used.cpu_percent()
+        rate = sum(stream["pictures"] / stream["seconds"] for stream in counted["streams"])
+        if rate <= 0:
+            raise Failed(f"{receiver.name}: no picture came while it was watched")
+        values = {"cpu": cpu, "perPicture": cpu / rate, "distinct": _per_second(counted["streams"], "pictures"),
                   "memory": proportional_mb(pids) if memory is None else resident_mb(pids[0])}
         latency = _watched(receiver, self.seconds / 2, "begin stamps")["latencyMs"]
         if latency is None:
@@ -173,8 +181,8 @@ def _figures(results: dict[str, list[dict[str, float]]], suffix: str) -> dict[st
         return statistics.median(column(name, value))
 
     values = {
-        "cpuVsBare": figures.median_ratio(column("host", "cpu"), column("bare", "cpu")),
-        "cpuVsChromium": figures.median_ratio(column("host", "cpu"), column("chromium", "cpu")),
+        "cpuVsBare": figures.median_ratio(column("host", "perPicture"), column("bare", "perPicture")),
+        "cpuVsChromium": figures.median_ratio(column("host", "perPicture"), column("chromium", "perPicture")),
         "cpuPercent": median("host", "cpu"),
         "bareCpuPercent": median("bare", "cpu"),
         "chromiumCpuPercent": median("chromium", "cpu"),
@@ -228,7 +236,7 @@ def idle(programs: Programs, rounds: int, seconds: float, tell) -> dict[str, flo
                 phone.wait_for_event("opened", START_LIMIT)
             time.sleep(SETTLE_SECONDS)
             used = Usage([host.pid])
-            time.sleep(seconds)
+            time.sleep(min(seconds, LONGEST_IDLE_SECONDS))
             return used.cpu_percent()
 
     percents: dict[str, list[float]] = {"idleCpuPercent": [], "idlePhoneOffCpuPercent": []}

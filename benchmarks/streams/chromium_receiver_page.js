@@ -77,10 +77,9 @@ class Receiver {
     async framesDecoded() {
         const statistics = this.peer ? await this.peer.getStats() : new Map();
         for (const entry of statistics.values()) {
-            if (entry.type === 'inbound-rtp' && entry.kind === 'video')
-                return { frames: entry.framesDecoded, decoder: entry.decoderImplementation };
+            if (entry.type === 'inbound-rtp' && entry.kind === 'video') return entry.framesDecoded || 0;
         }
-        return { frames: 0, decoder: '' };
+        return 0;
     }
 
     stopWatching() {
@@ -155,7 +154,7 @@ const Receivers = {
         for (const one of this.all) {
             one.stopWatching();
             one.begunAt = performance.now();
-            one.framesBefore = (await one.framesDecoded()).frames;
+            one.framesBefore = await one.framesDecoded();
             if (readStamps) one.watchStamps(clockOffsetMs);
         }
     },
@@ -163,13 +162,8 @@ const Receivers = {
     async end() {
         const results = [];
         for (const one of this.all) {
-            const { frames, decoder } = await one.framesDecoded();
-            results.push({
-                seconds: (performance.now() - one.begunAt) / 1000,
-                pictures: frames - one.framesBefore,
-                decoder,
-                ...one.watched,
-            });
+            const pictures = (await one.framesDecoded()) - one.framesBefore;
+            results.push({ seconds: (performance.now() - one.begunAt) / 1000, pictures, ...one.watched });
             one.stopWatching();
         }
         return results;
