@@ -29,7 +29,8 @@ public:
         virtual void OnRenegotiationNeeded() {}
         virtual void OnFailure(const char* error) { static_cast<void>(error); }  // may be null
         virtual void OnIceCandidate(voPointer<voIceCandidateInterface> candidate) = 0;
-        // Before the first local candidate.
+        // Before the first local candidate. Also without being asked, after OnRenegotiationNeeded, when media
+        // has stopped and no key frame brought it back: the other side is to answer it like the first one.
         virtual void OnOfferCreated(const char* sdp, const char* type) = 0;
         virtual void OnAnswerCreated(const char* sdp, const char* type) = 0;
         virtual void OnIceConnectionChange(std::uint32_t state) { static_cast<void>(state); }  // 0 to 7

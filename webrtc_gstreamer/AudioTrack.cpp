@@ -6,6 +6,7 @@ namespace webrtc_gstreamer {
 
 void AudioTrack::Write(std::uint64_t receiver, std::span<const AudioPlayout::Frame> frames) {
     if (receiver != newestReceiver.load(std::memory_order_relaxed)) return;
+    meter.CountDecoded();
     bool mustStart = false;
     {
         const support::MutexLock lock(mutex);

@@ -10,6 +10,7 @@
 #include "webrtc_gstreamer/AudioPlayout.h"
 #include "webrtc_gstreamer/PlayoutClock.h"
 #include "webrtc_gstreamer/SinkList.h"
+#include "webrtc_gstreamer/StreamMeter.h"
 
 namespace webrtc_gstreamer {
 
@@ -27,6 +28,7 @@ public:
     std::uint64_t NewReceiver() { return newestReceiver.fetch_add(1) + 1; }
     // [library-thread] 48 kHz, stereo
     void Write(std::uint64_t receiver, std::span<const AudioPlayout::Frame> frames);
+    StreamMeter& Meter() { return meter; }
 
     void PlayBlock() override;
 
@@ -35,6 +37,7 @@ private:
     const std::shared_ptr<PlayoutClock> clock;
     std::atomic<std::uint64_t> newestReceiver{0};
     std::atomic<bool> enabled{true};
+    StreamMeter meter;
     support::Mutex mutex;
     AudioPlayout playout GUARDED_BY(mutex);
     bool started GUARDED_BY(mutex) = false;

@@ -1,5 +1,6 @@
 #include "webrtc_gstreamer/PeerConnection.h"
 
+#include <chrono>
 #include <utility>
 
 #include "webrtc_gstreamer/LibraryThread.h"
@@ -7,6 +8,12 @@
 namespace webrtc_gstreamer {
 
 using vo_webrtc::voPointer;
+
+namespace {
+
+constexpr auto kLookPeriod = std::chrono::milliseconds(250);
+
+}  // namespace
 
 PeerConnection::PeerConnection(std::vector<IceServer> iceServers, std::shared_ptr<PlayoutClock> clock)
     : servers(std::move(iceServers)),
@@ -20,7 +27,8 @@ std::shared_ptr<PeerConnection> PeerConnection::Start(std::vector<IceServer> ser
     std::shared_ptr<PeerConnection> made(new PeerConnection(std::move(servers), std::move(clock)));
     const bool started = StartLibraryThread("vo-connection", [made] {
         made->MakePipeline();
-        made->queue.Run();
+        made->queue.Run(kLookPeriod, [raw = made.get()] { raw->Watch(); });
+        made->previousPipeline.reset();
         made->pipeline.reset();
         FinishEnding();
     });
@@ -152,6 +160,9 @@ Pipeline::Reports PeerConnection::MakeReports() {
         // std::function wants to be copied, which the pointer does not.
         const auto shared = std::make_shared<ElementPointer>(std::move(receiver));
         post([shared](PeerConnection& self) { self.pipeline->RemoveReceiver(shared->get()); });
+    };
+    reports.goodbye = [post](std::uint32_t ssrc) {
+        post([ssrc](PeerConnection& self) { self.OnGoodbye(ssrc); });
     };
     return reports;
 }

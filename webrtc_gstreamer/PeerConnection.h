@@ -10,6 +10,7 @@
 #include "support/annotated_mutex.h"
 #include "webrtc/voPeerConnectionInterface.h"
 #include "webrtc_gstreamer/CallOut.h"
+#include "webrtc_gstreamer/MediaWatchdog.h"
 #include "webrtc_gstreamer/Pipeline.h"
 #include "webrtc_gstreamer/ReceivedTotals.h"
 #include "webrtc_gstreamer/Receiver.h"
@@ -76,6 +77,11 @@ private:
     void DeliverCandidate(const Pipeline::Candidate& candidate, const SessionDescription& named);
     void DoGetStats(StatsObserver& statsObserver);
     void ReadReceivedStreams(vo_webrtc::voStats& stats);
+    void ReadReceivedStreams(Pipeline& of);
+    void Watch();
+    bool MayNegotiateAnew() const;
+    void NegotiateAnew();
+    void OnGoodbye(std::uint32_t ssrc);
 
     const std::vector<IceServer> servers;
     const ReceivingTracks tracks;
@@ -87,6 +93,8 @@ private:
 
     // The rest belongs to the worker.
     std::unique_ptr<Pipeline> pipeline;
+    // While an offer that begins anew is unanswered: what the other side may still send to.
+    std::unique_ptr<Pipeline> previousPipeline;
     std::uint64_t generation = 0;  // of the pipeline; reports of an earlier one are dropped
     enum class Negotiation { Stable, HaveLocalOffer, HaveRemoteOffer };
     Negotiation negotiation = Negotiation::Stable;
@@ -99,6 +107,8 @@ private:
     bool transceiversMade = false;
     bool streamDelivered = false;
     ReceivedTotals received;
+    MediaWatchdog watchdog;
+    std::int64_t offeredAtUs = 0;
 };
 
 }  // namespace webrtc_gstreamer

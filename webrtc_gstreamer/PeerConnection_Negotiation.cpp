@@ -7,6 +7,7 @@
 #include "webrtc_gstreamer/IceCandidateBody.h"
 #include "webrtc_gstreamer/OfferCaps.h"
 #include "webrtc_gstreamer/PeerConnection.h"
+#include "webrtc_gstreamer/SteadyTime.h"
 #include "webrtc_gstreamer/TrackBodies.h"
 
 namespace webrtc_gstreamer {
@@ -47,7 +48,9 @@ void PeerConnection::DoCreateOffer() {
         pipeline->AddTransceiver(receive, OfferedAudioCaps().get());
         transceiversMade = true;
     }
-    if (SetLocalDescription(pipeline->CreateOffer(), "offer")) negotiation = Negotiation::HaveLocalOffer;
+    if (!SetLocalDescription(pipeline->CreateOffer(), "offer")) return;
+    negotiation = Negotiation::HaveLocalOffer;
+    offeredAtUs = SteadyTimeUs();
 }
 
 void PeerConnection::DoCreateAnswer() {
@@ -141,6 +144,14 @@ void PeerConnection::TakeRemoteOffer(const SessionDescription& offer) {
 void PeerConnection::OnRemoteDescriptionStands(const SessionDescription& description) {
     remoteDescription = description;
     candidatesPassedOn = 0;
+    previousPipeline.reset();
+    const auto sends = [&description](std::string_view kind) {
+        return std::any_of(
+            description.media.begin(), description.media.end(),
+            [kind](const MediaSection& section) { return section.kind == kind && WillSend(section); });
+    };
+    watchdog.Expect(MediaWatchdog::Kind::Picture, sends("video"));
+    watchdog.Expect(MediaWatchdog::Kind::Sound, sends("audio"));
     DeliverStream(description);
     for (const MediaSection& section : description.media) {
         for (const std::string& candidate : section.candidates)

@@ -1,7 +1,7 @@
-#include <chrono>
 #include <cstring>
 
 #include "webrtc_gstreamer/PeerConnection.h"
+#include "webrtc_gstreamer/SteadyTime.h"
 
 namespace webrtc_gstreamer {
 namespace {
@@ -9,12 +9,6 @@ namespace {
 using vo_webrtc::voStats;
 
 constexpr std::uint32_t kHighestCode = 4;
-
-std::int64_t NowUs() {
-    return std::chrono::duration_cast<std::chrono::microseconds>(
-               std::chrono::steady_clock::now().time_since_epoch())
-        .count();
-}
 
 // Whatever integer type this version of GStreamer chose.
 std::int64_t NumberIn(const GstStructure* structure, const char* field) {
@@ -31,10 +25,10 @@ std::int64_t NumberIn(const GstStructure* structure, const char* field) {
 
 void PeerConnection::DoGetStats(StatsObserver& statsObserver) {
     voStats stats;
-    stats.timestampUs = NowUs();
+    stats.timestampUs = SteadyTimeUs();
     if (pipeline && !IsClosed()) {
         ReadReceivedStreams(stats);
-        stats.counter4 = tracks.video->FramesDelivered();
+        stats.counter4 = tracks.video->Meter().Decoded();
         stats.stateCode1 = std::min(pipeline->ConnectionState(), kHighestCode);
         stats.stateCode2 = std::min(pipeline->GatheringState(), kHighestCode);
     } else {
@@ -44,7 +38,16 @@ void PeerConnection::DoGetStats(StatsObserver& statsObserver) {
 }
 
 void PeerConnection::ReadReceivedStreams(voStats& stats) {
-    const auto reply = pipeline->Statistics();
+    if (previousPipeline) ReadReceivedStreams(*previousPipeline);
+    if (pipeline) ReadReceivedStreams(*pipeline);
+    const Received sum = received.Sum();
+    stats.bytesReceived = sum.bytes;
+    stats.counter1 = sum.packets;
+    stats.counter3 = sum.packetsLost;
+}
+
+void PeerConnection::ReadReceivedStreams(Pipeline& of) {
+    const auto reply = of.Statistics();
     const int count = reply ? gst_structure_n_fields(reply.get()) : 0;
     for (int index = 0; index < count; ++index) {
         const gchar* name = gst_structure_nth_field_name(reply.get(), static_cast<guint>(index));
@@ -58,10 +61,6 @@ void PeerConnection::ReadReceivedStreams(voStats& stats) {
         received.Take(ssrc, {NumberIn(entry, "bytes-received"), NumberIn(entry, "packets-received"),
                              NumberIn(entry, "packets-lost")});
     }
-    const Received sum = received.Sum();
-    stats.bytesReceived = sum.bytes;
-    stats.counter1 = sum.packets;
-    stats.counter3 = sum.packetsLost;
 }
 
 }  // namespace webrtc_gstreamer

@@ -97,8 +97,10 @@ bool Pipeline::Build(const std::vector<IceServer>& servers) {
     g_signal_connect(pipeline.get(), "deep-element-added", G_CALLBACK(OnElementAdded), nullptr);
     gst_bin_add(GST_BIN(pipeline.get()), webrtc);
     const ElementPointer rtpbin(gst_bin_get_by_name(GST_BIN(webrtc), "rtpbin"));
-    if (rtpbin)
+    if (rtpbin) {
         g_signal_connect_after(rtpbin.get(), "new-jitterbuffer", G_CALLBACK(OnNewJitterBuffer), nullptr);
+        HearGoodbyes(rtpbin.get());
+    }
     const BusPointer bus(gst_element_get_bus(pipeline.get()));
     gst_bus_set_sync_handler(bus.get(), OnMessage, nullptr, nullptr);
     SetUpIce(servers);

@@ -34,6 +34,8 @@ public:
         std::function<void(std::string)> failure;
         // A receiver whose stream has ended; to be handed to RemoveReceiver on the worker.
         std::function<void(ElementPointer)> receiverEnded;
+        // The sender has ended this stream on purpose.
+        std::function<void(std::uint32_t ssrc)> goodbye;
     };
 
     // Null when GStreamer cannot make it.
@@ -61,6 +63,8 @@ public:
     void AddTransceiver(GstWebRTCRTPTransceiverDirection direction, GstCaps* caps);
     void AddIceCandidate(const Candidate& candidate);
     void RemoveReceiver(GstElement* receiver);
+    // Of every picture that is received.
+    void RequestKeyFrames();
 
     // Null when webrtcbin does not answer.
     StructurePointer Statistics();
@@ -72,6 +76,7 @@ private:
     bool Build(const std::vector<IceServer>& servers);
     void SetUpIce(const std::vector<IceServer>& servers);
     void Connect();
+    void HearGoodbyes(GstElement* rtpbin);
     Made Create(const char* signal, const char* field);
     std::optional<std::string> Set(const char* signal, const GstWebRTCSessionDescription& description);
 

@@ -57,19 +57,33 @@ void OnSignalingState(GstElement* bin, GParamSpec*, gpointer data) {
     static_cast<Reports*>(data)->signalingState(SignalingStateOf(state));
 }
 
+void OnGoodbye(GstElement*, guint, guint ssrc, gpointer data) {
+    const Crossing crossing;
+    static_cast<Reports*>(data)->goodbye(ssrc);
+}
+
+// The handlers own what they report to, since one may still run when it is disconnected.
+void ConnectReports(GstElement* element, const char* signal, GCallback handler, const Reports& reports) {
+    g_signal_connect_data(
+        element, signal, handler, new Reports(reports),
+        [](gpointer data, GClosure*) {
+            const Crossing atItsEnd;
+            delete static_cast<Reports*>(data);
+        },
+        GConnectFlags{});
+}
+
 }  // namespace
+
+void Pipeline::HearGoodbyes(GstElement* rtpbin) {
+    const Crossing crossing;
+    ConnectReports(rtpbin, "on-bye-ssrc", G_CALLBACK(OnGoodbye), reports);
+}
 
 void Pipeline::Connect() {
     const Crossing crossing;
-    // The handlers own what they report to, since one may still run when it is disconnected.
     const auto connect = [this](const char* signal, GCallback handler) {
-        g_signal_connect_data(
-            webrtc, signal, handler, new Reports(reports),
-            [](gpointer data, GClosure*) {
-                const Crossing atItsEnd;
-                delete static_cast<Reports*>(data);
-            },
-            GConnectFlags{});
+        ConnectReports(webrtc, signal, handler, reports);
     };
     connect("on-ice-candidate", G_CALLBACK(OnCandidate));
     connect("on-negotiation-needed", G_CALLBACK(OnNegotiationNeeded));
@@ -103,6 +117,17 @@ void Pipeline::OnPadRemoved(GstElement*, GstPad* pad, gpointer self) {
         pipeline->receivers.erase(found);
     }
     pipeline->reports.receiverEnded(std::move(ended));
+}
+
+void Pipeline::RequestKeyFrames() {
+    std::vector<ElementPointer> asked;
+    {
+        const support::MutexLock lock(mutex);
+        for (const auto& [pad, receiver] : receivers)
+            asked.emplace_back(GST_ELEMENT(gst_object_ref(receiver)));
+    }
+    for (const ElementPointer& receiver : asked)
+        RequestKeyFrame(receiver.get());
 }
 
 void Pipeline::RemoveReceiver(GstElement* receiver) {

@@ -176,6 +176,41 @@ void ConnectVideo(GstElement* bin, const std::shared_ptr<VideoTrack>& track) {
     ConnectSink(bin, OnPicture, output);
 }
 
+// Packets come on the thread that added the receiver.
+struct PacketCounter {
+    std::shared_ptr<StreamMeter> meter;
+    bool named = false;
+};
+
+GstPadProbeReturn OnPackets(GstPad*, GstPadProbeInfo* probe, gpointer data) {
+    auto* counter = static_cast<PacketCounter*>(data);
+    guint count = 1;
+    GstBuffer* first = nullptr;
+    if ((GST_PAD_PROBE_INFO_TYPE(probe) & GST_PAD_PROBE_TYPE_BUFFER_LIST) != 0) {
+        GstBufferList* list = gst_pad_probe_info_get_buffer_list(probe);
+        count = gst_buffer_list_length(list);
+        if (count == 0) return GST_PAD_PROBE_OK;
+        first = gst_buffer_list_get(list, 0);
+    } else {
+        first = gst_pad_probe_info_get_buffer(probe);
+    }
+    constexpr gsize kSsrcOffset = 8;  // RFC 3550, section 5.1
+    guint32 ssrc = 0;
+    if (!counter->named && gst_buffer_extract(first, kSsrcOffset, &ssrc, sizeof ssrc) == sizeof ssrc) {
+        counter->named = true;
+        counter->meter->SetStream(GUINT32_FROM_BE(ssrc));
+    }
+    counter->meter->CountPackets(count);
+    return GST_PAD_PROBE_OK;
+}
+
+void CountPackets(GstPad* pad, std::shared_ptr<StreamMeter> meter) {
+    gst_pad_add_probe(
+        pad, static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_BUFFER_LIST),
+        OnPackets, new PacketCounter{std::move(meter)},
+        [](gpointer data) { delete static_cast<PacketCounter*>(data); });
+}
+
 void Drain(GstBin* pipeline, GstPad* pad) {
     GstElement* sink = gst_element_factory_make("fakesink", nullptr);
     if (sink == nullptr) return;
@@ -187,6 +222,14 @@ void Drain(GstBin* pipeline, GstPad* pad) {
 }
 
 }  // namespace
+
+void RequestKeyFrame(GstElement* receiver) {
+    const ElementPointer decoder(gst_bin_get_by_name(GST_BIN(receiver), "decoder"));
+    if (!decoder) return;  // sound has none
+    const PadPointer pad(gst_element_get_static_pad(receiver, "sink"));
+    // Without "all headers", which would make it a request that the other side may take for an old one.
+    gst_pad_push_event(pad.get(), gst_video_event_new_upstream_force_key_unit(GST_CLOCK_TIME_NONE, FALSE, 0));
+}
 
 GstElement* AddReceiver(GstBin* pipeline, GstPad* pad, const ReceivingTracks& tracks) {
     const Chain* chain = ChainFor(pad);
@@ -212,6 +255,9 @@ GstElement* AddReceiver(GstBin* pipeline, GstPad* pad, const ReceivingTracks& tr
     gst_element_sync_state_with_parent(bin);
     const PadPointer sinkPad(gst_element_get_static_pad(bin, "sink"));
     gst_pad_add_probe(sinkPad.get(), GST_PAD_PROBE_TYPE_QUERY_DOWNSTREAM, OnCapsQuery, nullptr, nullptr);
+    CountPackets(sinkPad.get(), chain->video
+                                    ? std::shared_ptr<StreamMeter>(tracks.video, &tracks.video->Meter())
+                                    : std::shared_ptr<StreamMeter>(tracks.audio, &tracks.audio->Meter()));
     if (gst_pad_link(pad, sinkPad.get()) != GST_PAD_LINK_OK) LogError("a received stream cannot be linked");
     return bin;
 }

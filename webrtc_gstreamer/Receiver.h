@@ -21,4 +21,7 @@ struct ReceivingTracks {
 // The bin belongs to the pipeline.
 GstElement* AddReceiver(GstBin* pipeline, GstPad* pad, const ReceivingTracks& tracks);
 
+// Asks the sender for a key frame; nothing when the receiver is one of sound.
+void RequestKeyFrame(GstElement* receiver);
+
 }  // namespace webrtc_gstreamer

@@ -4,7 +4,7 @@ namespace webrtc_gstreamer {
 
 void VideoTrack::Deliver(std::uint64_t receiver, const vo_webrtc::voI420Frame& frame) {
     if (receiver != newestReceiver.load(std::memory_order_relaxed)) return;
-    framesDelivered.fetch_add(1, std::memory_order_relaxed);
+    meter.CountDecoded();
     sinks.ForEach("a video sink", [&frame](Sink& sink) { sink.OnFrame(frame); });
 }
 

@@ -5,6 +5,7 @@
 
 #include "webrtc/voVideoTrackInterface.h"
 #include "webrtc_gstreamer/SinkList.h"
+#include "webrtc_gstreamer/StreamMeter.h"
 
 namespace webrtc_gstreamer {
 
@@ -20,12 +21,12 @@ public:
     std::uint64_t NewReceiver() { return newestReceiver.fetch_add(1) + 1; }
     // [library-thread]
     void Deliver(std::uint64_t receiver, const vo_webrtc::voI420Frame& frame);
-    std::int64_t FramesDelivered() const { return framesDelivered.load(std::memory_order_relaxed); }
+    StreamMeter& Meter() { return meter; }
 
 private:
     SinkList<Sink> sinks;
     std::atomic<std::uint64_t> newestReceiver{0};
-    std::atomic<std::int64_t> framesDelivered{0};
+    StreamMeter meter;
 };
 
 }  // namespace webrtc_gstreamer

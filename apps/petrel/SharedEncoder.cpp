@@ -54,8 +54,19 @@ void SharedEncoder::ShareTimeWith(GstElement* pipeline) const {
 
 int SharedEncoder::Subscribe(ClientInputs inputs) {
     const int number = fanOut.Add(std::move(inputs));
+    state = State::Runs;
     RequestKeyPicture();
     return number;
+}
+
+void SharedEncoder::RequestKeyPicture() {
+    State hanging = State::HangsUntilKeyPicture;
+    state.compare_exchange_strong(hanging, State::Runs);
+    keyPictureRequested = true;
+}
+
+void SharedEncoder::Hang(HangUntil until) {
+    state = until == HangUntil::NewClient ? State::HangsUntilNewClient : State::HangsUntilKeyPicture;
 }
 
 // Sound is delivered when its last sample has sounded, a picture when its moment has come, as by a real
@@ -106,7 +117,7 @@ void SharedEncoder::DeliverPicture() {
         nextPicture = current;
     }
     const std::int64_t timeNs = nextPicture++ * kNsPerSecond / framesPerSecond;
-    if (!IsNeeded(timeNs)) return;
+    if (!IsNeeded(timeNs) || state != State::Runs) return;
 
     GstHandle<GstBuffer> picture = videoSource->NextPicture(timeNs / 1000);
     if (picture == nullptr) return;

@@ -17,6 +17,9 @@
 
 namespace petrel {
 
+// What ends a hang of the encoder.
+enum class HangUntil { KeyPictureIsAsked, NewClient };
+
 class SharedEncoder : private support::Counted<SharedEncoder> {
 public:
     using Counted::Alive;
@@ -38,7 +41,11 @@ public:
     void Unsubscribe(int number) { fanOut.Remove(number); }
 
     // [any-thread] A client lost pictures. Wishes in quick succession are answered by one key picture.
-    void RequestKeyPicture() { keyPictureRequested = true; }
+    void RequestKeyPicture();
+
+    // [any-thread] For tests of the other side: no picture is encoded any more, while sound and connections
+    // go on.
+    void Hang(HangUntil until);
 
 private:
     SharedEncoder(const SimulateOptions& options, std::unique_ptr<VideoSource> video,
@@ -57,6 +64,8 @@ private:
     EncodedFanOut fanOut;
     std::unique_ptr<EncoderPipeline> encoder;
     std::atomic<bool> keyPictureRequested{false};
+    enum class State { Runs, HangsUntilKeyPicture, HangsUntilNewClient };
+    std::atomic<State> state{State::Runs};
 
     // Pump thread only.
     std::int64_t nextPicture = 0;

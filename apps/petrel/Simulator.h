@@ -22,6 +22,7 @@ public:
     ~Simulator();
 
     const std::vector<std::shared_ptr<Phone>>& Phones() const { return phones; }
+    void Hang(HangUntil until) { encoder->Hang(until); }  // [any-thread]
 
 private:
     Simulator() = default;

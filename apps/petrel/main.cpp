@@ -22,18 +22,33 @@ void SetUpLog(bool quiet) {
 }
 
 // Blocked before the first thread starts, so that every thread inherits it and only the wait below sees them.
-sigset_t BlockEndSignals() {
+sigset_t BlockSignals() {
     sigset_t signals;
     sigemptyset(&signals);
-    sigaddset(&signals, SIGINT);
-    sigaddset(&signals, SIGTERM);
+    for (const int signal : {SIGINT, SIGTERM, SIGUSR1, SIGUSR2})
+        sigaddset(&signals, signal);
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     std::signal(SIGPIPE, SIG_IGN);
     return signals;
 }
 
+void WaitForEnd(const sigset_t& signals, petrel::Simulator& simulator) {
+    int received = 0;
+    while (sigwait(&signals, &received) == 0) {
+        if (received == SIGUSR1) {
+            spdlog::info("the encoder hangs until a key picture is asked for");
+            simulator.Hang(petrel::HangUntil::KeyPictureIsAsked);
+        } else if (received == SIGUSR2) {
+            spdlog::info("the encoder hangs until a new negotiation");
+            simulator.Hang(petrel::HangUntil::NewClient);
+        } else {
+            return;
+        }
+    }
+}
+
 int Simulate(const petrel::SimulateOptions& options) {
-    const sigset_t signals = BlockEndSignals();
+    const sigset_t signals = BlockSignals();
     gst_init(nullptr, nullptr);
     std::string error;
     const auto simulator = petrel::Simulator::Start(options, petrel::kPhonePort, error);
@@ -41,8 +56,7 @@ int Simulate(const petrel::SimulateOptions& options) {
         spdlog::error(error);
         return kCannotStart;
     }
-    int received = 0;
-    sigwait(&signals, &received);
+    WaitForEnd(signals, *simulator);
     spdlog::info("ending");
     return 0;
 }

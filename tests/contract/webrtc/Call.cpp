@@ -64,7 +64,7 @@ public:
     }
     void OnOfferCreated(const char* sdp, const char* type) override {
         call.Note("offer", sdp, type);
-        if (!call.answering) return;
+        if (!call.answering || !call.phoneAnswers) return;
         call.phone.Answer(sdp);
     }
     void OnAnswerCreated(const char* sdp, const char* type) override {

@@ -101,6 +101,7 @@ public:
     // Called on the library's thread after each observer call was recorded.
     std::function<void(const std::string& what)> onEvent;
     std::atomic<bool> forwardsCandidates{true};
+    std::atomic<bool> phoneAnswers{true};
 
 private:
     class Observer;

@@ -1,6 +1,7 @@
 #include "tests/contract/webrtc/TestPhone.h"
 
 #include <gst/sdp/sdp.h>
+#include <gst/video/video.h>
 #include <gst/webrtc/webrtc.h>
 #include <nice/nice.h>
 
@@ -28,20 +29,22 @@ int PayloadOf(const std::string& offer, const std::string& codec) {
 }
 
 std::string VideoBranch(const TestPhone::Options& options, int payload) {
+    const std::string distance = std::to_string(options.keyFrameDistance);
     std::string encoder;
     if (options.codec == "H264") {
         encoder =
-            "x264enc tune=zerolatency speed-preset=ultrafast key-int-max=30 bitrate=800 threads=1 ! "
-            "video/x-h264,profile=constrained-baseline ! rtph264pay config-interval=-1 "
+            "x264enc tune=zerolatency speed-preset=ultrafast bitrate=800 threads=1 key-int-max=" + distance +
+            " ! video/x-h264,profile=constrained-baseline ! identity name=encoded ! "
+            "rtph264pay config-interval=-1 "
             "aggregate-mode=zero-latency";
     } else if (options.codec == "VP8") {
-        encoder =
-            "vp8enc deadline=1 cpu-used=8 keyframe-max-dist=30 target-bitrate=800000 ! rtpvp8pay "
-            "picture-id-mode=2";
+        encoder = "vp8enc deadline=1 cpu-used=8 target-bitrate=800000 keyframe-max-dist=" + distance +
+                  " ! identity name=encoded ! rtpvp8pay "
+                  "picture-id-mode=2";
     } else {
-        encoder =
-            "vp9enc deadline=1 cpu-used=8 keyframe-max-dist=30 target-bitrate=800000 ! rtpvp9pay "
-            "picture-id-mode=2";
+        encoder = "vp9enc deadline=1 cpu-used=8 target-bitrate=800000 keyframe-max-dist=" + distance +
+                  " ! identity name=encoded ! rtpvp9pay "
+                  "picture-id-mode=2";
     }
     return " videotestsrc name=camera is-live=true pattern=" + options.pattern +
            " ! video/x-raw,format=I420,width=" + std::to_string(options.width) +
@@ -53,7 +56,7 @@ std::string VideoBranch(const TestPhone::Options& options, int payload) {
 }
 
 std::string AudioBranch(const TestPhone::Options& options, int payload) {
-    return " audiotestsrc is-live=true samplesperbuffer=960 volume=0.5 freq=" +
+    return " audiotestsrc name=microphone is-live=true samplesperbuffer=960 volume=0.5 freq=" +
            std::to_string(options.toneHertz) +
            " ! audio/x-raw,rate=48000,channels=2 ! opusenc ! rtpopuspay pt=" + std::to_string(payload) +
            " ! application/x-rtp,media=audio,encoding-name=OPUS,payload=" + std::to_string(payload) +
@@ -71,6 +74,27 @@ void Emit(GstElement* webrtc, const char* signal, GstWebRTCSessionDescription* d
     GstPromise* promise = gst_promise_new();
     g_signal_emit_by_name(webrtc, signal, description, promise);
     gst_promise_unref(promise);
+}
+
+// The first line that begins so.
+std::string LineOf(const std::string& sdp, const std::string& begin) {
+    const auto at = sdp.find(begin);
+    return at == std::string::npos ? std::string() : sdp.substr(at, sdp.find('\r', at) - at);
+}
+
+std::int64_t NowUs() {
+    return std::chrono::duration_cast<std::chrono::microseconds>(
+               std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+void AddProbe(GstElement* made, const char* element, GstPadProbeType type, GstPadProbeCallback probe,
+              gpointer data) {
+    GstElement* found = gst_bin_get_by_name(GST_BIN(made), element);
+    GstPad* pad = gst_element_get_static_pad(found, "src");
+    gst_pad_add_probe(pad, type, probe, data, nullptr);
+    gst_object_unref(pad);
+    gst_object_unref(found);
 }
 
 // Asks no router for anything, and uses loopback if there is nothing else.
@@ -112,21 +136,78 @@ void TestPhone::Build(const std::string& offer) {
                      }),
                      this);
     if (options.sendVideo) {
-        GstElement* camera = gst_bin_get_by_name(GST_BIN(made), "camera");
-        GstPad* pad = gst_element_get_static_pad(camera, "src");
-        const auto count = [](GstPad*, GstPadProbeInfo*, gpointer self) {
-            ++static_cast<TestPhone*>(self)->picturesSent;
-            return GST_PAD_PROBE_OK;
-        };
-        gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_BUFFER, count, this, nullptr);
-        gst_object_unref(pad);
-        gst_object_unref(camera);
+        AddProbe(made, "camera", GST_PAD_PROBE_TYPE_BUFFER, OnCameraPicture, this);
+        AddProbe(made, "encoded", GST_PAD_PROBE_TYPE_BUFFER, OnEncodedPicture, this);
+        AddProbe(made, "encoded", GST_PAD_PROBE_TYPE_EVENT_UPSTREAM, OnRequest, this);
     }
+    if (options.sendAudio) AddProbe(made, "microphone", GST_PAD_PROBE_TYPE_BUFFER, OnMicrophoneSound, this);
     Cross();
     gst_element_set_state(made, GST_STATE_PLAYING);
     const support::MutexLock lock(mutex);
     pipeline = made;
     webrtc = bin;
+}
+
+GstPadProbeReturn TestPhone::OnCameraPicture(GstPad*, GstPadProbeInfo*, gpointer data) {
+    auto* self = static_cast<TestPhone*>(data);
+    if (self->pictureFrozen) return GST_PAD_PROBE_DROP;
+    ++self->picturesSent;
+    return GST_PAD_PROBE_OK;
+}
+
+GstPadProbeReturn TestPhone::OnMicrophoneSound(GstPad*, GstPadProbeInfo*, gpointer data) {
+    return static_cast<TestPhone*>(data)->soundFrozen ? GST_PAD_PROBE_DROP : GST_PAD_PROBE_OK;
+}
+
+GstPadProbeReturn TestPhone::OnEncodedPicture(GstPad*, GstPadProbeInfo* info, gpointer data) {
+    const bool isKey =
+        !GST_BUFFER_FLAG_IS_SET(gst_pad_probe_info_get_buffer(info), GST_BUFFER_FLAG_DELTA_UNIT);
+    return isKey && static_cast<TestPhone*>(data)->losesKeyFrames ? GST_PAD_PROBE_DROP : GST_PAD_PROBE_OK;
+}
+
+GstPadProbeReturn TestPhone::OnRequest(GstPad*, GstPadProbeInfo* info, gpointer data) {
+    auto* self = static_cast<TestPhone*>(data);
+    if (!gst_video_event_is_force_key_unit(gst_pad_probe_info_get_event(info))) return GST_PAD_PROBE_OK;
+    if (!self->pictureFrozen) return GST_PAD_PROBE_OK;
+    std::int64_t none = -1;
+    self->keyRequestAfterUs.compare_exchange_strong(none, NowUs() - self->frozenAtUs);
+    if (self->frozenUntil == Until::KeyRequest) self->Thaw();
+    return GST_PAD_PROBE_OK;
+}
+
+void TestPhone::Freeze(Media media, Until until) {
+    frozenUntil = until;
+    if (media == Media::Sound) {
+        soundFrozen = true;
+        return;
+    }
+    frozenAtUs = NowUs();
+    keyRequestAfterUs = -1;
+    pictureFrozen = true;
+}
+
+void TestPhone::Thaw() {
+    pictureFrozen = false;
+    soundFrozen = false;
+}
+
+std::optional<std::chrono::microseconds> TestPhone::KeyRequestAfter() const {
+    if (keyRequestAfterUs < 0) return std::nullopt;
+    return std::chrono::microseconds(keyRequestAfterUs);
+}
+
+void TestPhone::EndStreams() {
+    const support::MutexLock lock(mutex);
+    GstIterator* sessions = gst_bin_iterate_all_by_element_factory_name(GST_BIN(webrtc), "rtpsession");
+    // The end of what a session sends makes it say goodbye for all its streams.
+    const auto end = [](const GValue* value, gpointer) {
+        GstPad* pad = gst_element_get_static_pad(GST_ELEMENT(g_value_get_object(value)), "send_rtp_sink");
+        if (pad == nullptr) return;
+        gst_pad_send_event(pad, gst_event_new_eos());
+        gst_object_unref(pad);
+    };
+    gst_iterator_foreach(sessions, end, nullptr);
+    gst_iterator_free(sessions);
 }
 
 // With a reference for the caller; null when there is none.
@@ -136,6 +217,11 @@ GstElement* TestPhone::Webrtc() {
 }
 
 void TestPhone::Answer(const std::string& offer) {
+    // Another transport is another connection.
+    const std::string transport = LineOf(offer, "a=ice-ufrag:");
+    if (transport != offeredTransport) Vanish();
+    offeredTransport = transport;
+    if (frozenUntil == Until::NewOffer) Thaw();
     GstElement* bin = Webrtc();
     if (bin == nullptr) {
         Build(offer);

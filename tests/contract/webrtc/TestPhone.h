@@ -6,7 +6,10 @@
 #include <gst/webrtc/webrtc.h>
 
 #include <atomic>
+#include <chrono>
+#include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "support/annotated_mutex.h"
@@ -24,7 +27,10 @@ public:
         bool sendAudio = true;
         double toneHertz = 1000;
         std::string pattern = "smpte";
+        int keyFrameDistance = 30;
     };
+    enum class Media { Picture, Sound };
+    enum class Until { KeyRequest, NewOffer, Told };
 
     // Called on threads of GStreamer's.
     std::function<void(const std::string& sdp)> onDescription;
@@ -35,25 +41,48 @@ public:
     TestPhone(const TestPhone&) = delete;
     TestPhone& operator=(const TestPhone&) = delete;
 
+    // A further offer with another transport begins anew.
     void Answer(const std::string& offer);
     void Offer();
     void TakeAnswer(const std::string& answer);
     void AddCandidate(unsigned int lineIndex, const std::string& candidate);
     int PicturesSent() const { return picturesSent; }
+    // Camera or microphone deliver nothing, although everything else goes on.
+    void Freeze(Media media, Until until);
+    void Thaw();
+    // Key frames do not leave the phone any more, or do again.
+    void LoseKeyFrames(bool lose) { losesKeyFrames = lose; }
+    // From the last freezing of the picture to the first request for a key frame; nothing when none came.
+    std::optional<std::chrono::microseconds> KeyRequestAfter() const;
+    // From the next offer on.
+    void SendPictureNoMore() { options.sendVideo = false; }
+    // Ends the streams properly, by goodbyes (RFC 3550, section 6.6), and stays connected.
+    void EndStreams();
     // Stops without a word to the other side.
     void Vanish();
 
 private:
     void Build(const std::string& offer);
+    static GstPadProbeReturn OnCameraPicture(GstPad* pad, GstPadProbeInfo* info, gpointer self);
+    static GstPadProbeReturn OnMicrophoneSound(GstPad* pad, GstPadProbeInfo* info, gpointer self);
+    static GstPadProbeReturn OnEncodedPicture(GstPad* pad, GstPadProbeInfo* info, gpointer self);
+    static GstPadProbeReturn OnRequest(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     void SetRemote(const std::string& sdp, bool isOffer);
     static void OnMade(GstPromise* promise, gpointer data);
     void Deliver(GstWebRTCSessionDescription* description);
 
     GstElement* Webrtc();
 
-    const Options options;
+    Options options;
+    std::string offeredTransport;
     bool offers = false;
     std::atomic<int> picturesSent{0};
+    std::atomic<bool> pictureFrozen{false};
+    std::atomic<bool> soundFrozen{false};
+    std::atomic<bool> losesKeyFrames{false};
+    std::atomic<Until> frozenUntil{Until::Told};
+    std::atomic<std::int64_t> frozenAtUs{0};
+    std::atomic<std::int64_t> keyRequestAfterUs{-1};
     support::Mutex mutex;
     GstElement* pipeline GUARDED_BY(mutex) = nullptr;
     GstElement* webrtc GUARDED_BY(mutex) = nullptr;
