@@ -17,7 +17,7 @@ using std::chrono::seconds;
 TEST(FirstPicture, ComesWithin600MsOfActivation) {
     constexpr int kActivations = 5;
     constexpr std::int64_t kLimitMs = 600;
-    SimulatedPhone phone("127.0.10.5", {"--size", "1280x720"});
+    SimulatedPhone phone("127.0.10.20", {"--size", "1280x720"});
     HostHarness harness({60, 1});
     // A host is started some time before a phone is switched on.
     webrtc_gstreamer::WaitUntilIdle(30'000);

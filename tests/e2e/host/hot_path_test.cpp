@@ -51,7 +51,7 @@ protected:
         harness.Host().Sources().Remove(source->Identifier());
     }
 
-    SimulatedPhone phone{"127.0.10.6", {"--size", "640x360"}};
+    SimulatedPhone phone{"127.0.10.21", {"--size", "640x360"}};
     HostHarness harness{{60, 1}};
     std::shared_ptr<Counter> counter = std::make_shared<Counter>();
     std::shared_ptr<host_runtime::Source> source;
