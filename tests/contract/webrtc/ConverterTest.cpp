@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <memory>
 #include <random>
 #include <vector>
 
@@ -67,6 +69,41 @@ TEST(I420ToUYVY, EqualsTheDefinitionAtEverySize) {
                 for (int rest = pairs * 4; rest < bytesPerRow; ++rest)
                     ASSERT_EQ(line[rest], 0xEE) << "written beyond the row";
             }
+        }
+    }
+}
+
+// Large pictures may be written in another way, which depends on where they are to lie.
+TEST(I420ToUYVY, EqualsTheDefinitionForLargePictures) {
+    constexpr std::size_t kAlignment = 64;
+    for (const int width : {4096, 4112, 4131}) {
+        for (const int beginning : {0, 4}) {
+            constexpr int kHeight = 1025;
+            const Picture picture(width, kHeight, 3);
+            const int pairs = (width + 1) / 2;
+            const int bytesPerRow = (pairs * 4 + 32) / 32 * 32;
+            const auto size = static_cast<std::size_t>(bytesPerRow) * kHeight + kAlignment;
+            std::vector<std::uint8_t> memory(size + kAlignment, 0xEE);
+            void* aligned = memory.data();
+            std::size_t space = memory.size();
+            auto* out = static_cast<std::uint8_t*>(std::align(kAlignment, size, aligned, space)) + beginning;
+            voVideoFrame target{out, width, kHeight, bytesPerRow};
+            ASSERT_EQ(voColorspaceConverter::I420ToUYVY(target, picture.Frame()), 0);
+            std::vector<std::uint8_t> expected(static_cast<std::size_t>(bytesPerRow), 0xEE);
+            for (int row = 0; row < kHeight; ++row) {
+                const std::uint8_t* y = picture.y.data() + row * picture.stride;
+                const int chroma = row / 2 * picture.chromaStride;
+                for (int pair = 0; pair < pairs; ++pair) {
+                    std::uint8_t* four = expected.data() + pair * 4;
+                    four[0] = picture.u[static_cast<std::size_t>(chroma + pair)];
+                    four[1] = y[pair * 2];
+                    four[2] = picture.v[static_cast<std::size_t>(chroma + pair)];
+                    four[3] = y[std::min(pair * 2 + 1, width - 1)];
+                }
+                const std::uint8_t* line = out + std::ptrdiff_t{row} * bytesPerRow;
+                ASSERT_TRUE(std::equal(expected.begin(), expected.end(), line)) << width << " " << row;
+            }
+            EXPECT_EQ(out[std::ptrdiff_t{bytesPerRow} * kHeight], 0xEE) << "written beyond the picture";
         }
     }
 }
