@@ -13,6 +13,8 @@ const { parseArgs } = require('node:util');
 
 const kPatienceMs = 60000;
 const kClockReadings = 50;
+// A host gets every picture in its full size, and so the page shows every picture in its full size.
+const kPicture = { width: 1920, height: 1080 };
 
 function say(event) {
     process.stdout.write(`${JSON.stringify(event)}\n`);
@@ -88,11 +90,14 @@ async function run() {
     const browser = await launch(chromium, values.chromium);
     process.stdin.on('end', () => browser.close().then(() => process.exit(0)));
     const server = await servePage();
-    const page = await browser.newPage({ viewport: { width: 1920, height: 1080 } });
+    const columns = Math.ceil(Math.sqrt(positionals.length));
+    const rows = Math.ceil(positionals.length / columns);
+    const viewport = { width: columns * kPicture.width, height: rows * kPicture.height };
+    const page = await browser.newPage({ viewport });
     page.on('pageerror', (error) => say({ event: 'trouble', text: String(error) }));
     await page.exposeFunction('report', (text) => say({ event: 'trouble', text }));
     await page.goto(`http://127.0.0.1:${server.address().port}/`);
-    await page.evaluate((addresses) => Receivers.open(addresses), positionals);
+    await page.evaluate((values) => Receivers.open(...values), [positionals, columns, kPicture.width]);
     await page.waitForFunction(() => Receivers.allShow(), null, { timeout: kPatienceMs, polling: 100 });
     const offsetMs = await clockOffsetMs(page);
     say({ event: 'ready', version: browser.version() });

@@ -139,9 +139,8 @@ function readStamp(pixels) {
 const Receivers = {
     all: [],
 
-    open(addresses) {
-        const columns = Math.ceil(Math.sqrt(addresses.length));
-        document.body.style.gridTemplateColumns = `repeat(${columns}, 1fr)`;
+    open(addresses, columns, width) {
+        document.body.style.gridTemplateColumns = `repeat(${columns}, ${width}px)`;
         this.all = addresses.map((address) => new Receiver(address));
     },
 
