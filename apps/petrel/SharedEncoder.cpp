@@ -14,6 +14,8 @@ constexpr std::int64_t kSoundBlockNs = kNsPerSecond * kAudioBlockFrames / kAudio
 constexpr std::int64_t kMinimumNsBetweenKeyPictures = 100'000'000;
 constexpr std::int64_t kMaximumSoundDelayNs = kNsPerSecond;
 constexpr std::int64_t kNsBetweenWarnings = 10 * kNsPerSecond;
+// A client asks at once when packets fail to come; a hang is longer than that.
+constexpr std::int64_t kShortestHangNs = kNsPerSecond;
 // Encoded even though nobody watches, so that the first client does not wait for the encoders to set
 // themselves up.
 constexpr std::int64_t kWarmUpNs = 200'000'000;
@@ -61,11 +63,12 @@ int SharedEncoder::Subscribe(ClientInputs inputs) {
 
 void SharedEncoder::RequestKeyPicture() {
     State hanging = State::HangsUntilKeyPicture;
-    state.compare_exchange_strong(hanging, State::Runs);
+    if (MediaTimeNs() - hangsSinceNs >= kShortestHangNs) state.compare_exchange_strong(hanging, State::Runs);
     keyPictureRequested = true;
 }
 
 void SharedEncoder::Hang(HangUntil until) {
+    hangsSinceNs = MediaTimeNs();
     state = until == HangUntil::NewClient ? State::HangsUntilNewClient : State::HangsUntilKeyPicture;
 }
 

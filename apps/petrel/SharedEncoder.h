@@ -17,7 +17,7 @@
 
 namespace petrel {
 
-// What ends a hang of the encoder.
+// What ends a hang of the encoder; a key picture does so after a second at the earliest.
 enum class HangUntil { KeyPictureIsAsked, NewClient };
 
 class SharedEncoder : private support::Counted<SharedEncoder> {
@@ -66,6 +66,7 @@ private:
     std::atomic<bool> keyPictureRequested{false};
     enum class State { Runs, HangsUntilKeyPicture, HangsUntilNewClient };
     std::atomic<State> state{State::Runs};
+    std::atomic<std::int64_t> hangsSinceNs{0};
 
     // Pump thread only.
     std::int64_t nextPicture = 0;

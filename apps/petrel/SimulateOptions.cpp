@@ -77,7 +77,8 @@ CommandLine ReadCommandLine(int argc, const char* const* argv) {
     program.require_subcommand(1);
     CLI::App* simulate = program.add_subcommand("simulate", "Be one or several phones, for development.");
     simulate->footer(
-        "SIGUSR1 lets the encoder hang until a client asks for a key picture, SIGUSR2 until one negotiates "
+        "SIGUSR1 lets the encoder hang, for a second or more, until a client asks for a key picture, SIGUSR2 "
+        "until one negotiates "
         "anew.");
     simulate->add_option("--listen", listen,
                          "IPv4 address to listen on, always port 9001 (default 127.0.0.2)");

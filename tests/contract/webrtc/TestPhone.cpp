@@ -168,7 +168,8 @@ GstPadProbeReturn TestPhone::OnEncodedPicture(GstPad*, GstPadProbeInfo* info, gp
 GstPadProbeReturn TestPhone::OnRequest(GstPad*, GstPadProbeInfo* info, gpointer data) {
     auto* self = static_cast<TestPhone*>(data);
     if (!gst_video_event_is_force_key_unit(gst_pad_probe_info_get_event(info))) return GST_PAD_PROBE_OK;
-    if (!self->pictureFrozen) return GST_PAD_PROBE_OK;
+    constexpr std::int64_t kLostUs = 1'000'000;
+    if (!self->pictureFrozen || NowUs() - self->frozenAtUs < kLostUs) return GST_PAD_PROBE_OK;
     std::int64_t none = -1;
     self->keyRequestAfterUs.compare_exchange_strong(none, NowUs() - self->frozenAtUs);
     if (self->frozenUntil == Until::KeyRequest) self->Thaw();

@@ -53,6 +53,8 @@ public:
     // Key frames do not leave the phone any more, or do again.
     void LoseKeyFrames(bool lose) { losesKeyFrames = lose; }
     // From the last freezing of the picture to the first request for a key frame; nothing when none came.
+    // What is asked for in the first second, because of the packets that are missing then, is lost on the
+    // way.
     std::optional<std::chrono::microseconds> KeyRequestAfter() const;
     // From the next offer on.
     void SendPictureNoMore() { options.sendVideo = false; }
