@@ -69,6 +69,14 @@ void Cross() {
     const support::MutexLock lock(mutex);
 }
 
+// For a whole callback: what it did is ordered with whoever ends its thread.
+struct Crossing {
+    Crossing() { Cross(); }
+    ~Crossing() { Cross(); }
+    Crossing(const Crossing&) = delete;
+    Crossing& operator=(const Crossing&) = delete;
+};
+
 // Without a promise webrtcbin would lose its answer when it is closing.
 void Emit(GstElement* webrtc, const char* signal, GstWebRTCSessionDescription* description) {
     GstPromise* promise = gst_promise_new();
@@ -130,7 +138,7 @@ void TestPhone::Build(const std::string& offer) {
     SetUpIce(bin);
     g_signal_connect(bin, "on-ice-candidate",
                      G_CALLBACK(+[](GstElement*, guint line, gchar* text, gpointer self) {
-                         Cross();
+                         const Crossing crossing;
                          const auto& handler = static_cast<TestPhone*>(self)->onCandidate;
                          if (handler) handler(line, text);
                      }),
@@ -149,6 +157,7 @@ void TestPhone::Build(const std::string& offer) {
 }
 
 GstPadProbeReturn TestPhone::OnCameraPicture(GstPad*, GstPadProbeInfo*, gpointer data) {
+    const Crossing crossing;
     auto* self = static_cast<TestPhone*>(data);
     if (self->pictureFrozen) return GST_PAD_PROBE_DROP;
     ++self->picturesSent;
@@ -156,16 +165,19 @@ GstPadProbeReturn TestPhone::OnCameraPicture(GstPad*, GstPadProbeInfo*, gpointer
 }
 
 GstPadProbeReturn TestPhone::OnMicrophoneSound(GstPad*, GstPadProbeInfo*, gpointer data) {
+    const Crossing crossing;
     return static_cast<TestPhone*>(data)->soundFrozen ? GST_PAD_PROBE_DROP : GST_PAD_PROBE_OK;
 }
 
 GstPadProbeReturn TestPhone::OnEncodedPicture(GstPad*, GstPadProbeInfo* info, gpointer data) {
+    const Crossing crossing;
     const bool isKey =
         !GST_BUFFER_FLAG_IS_SET(gst_pad_probe_info_get_buffer(info), GST_BUFFER_FLAG_DELTA_UNIT);
     return isKey && static_cast<TestPhone*>(data)->losesKeyFrames ? GST_PAD_PROBE_DROP : GST_PAD_PROBE_OK;
 }
 
 GstPadProbeReturn TestPhone::OnRequest(GstPad*, GstPadProbeInfo* info, gpointer data) {
+    const Crossing crossing;
     auto* self = static_cast<TestPhone*>(data);
     if (!gst_video_event_is_force_key_unit(gst_pad_probe_info_get_event(info))) return GST_PAD_PROBE_OK;
     constexpr std::int64_t kLostUs = 1'000'000;
@@ -251,7 +263,7 @@ void TestPhone::Offer() {
 }
 
 void TestPhone::OnMade(GstPromise* promise, gpointer data) {
-    Cross();
+    const Crossing crossing;
     auto* self = static_cast<TestPhone*>(data);
     GstWebRTCSessionDescription* description = nullptr;
     if (gst_promise_wait(promise) == GST_PROMISE_RESULT_REPLIED) {
