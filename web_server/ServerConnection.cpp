@@ -211,10 +211,27 @@ private:
         } else {
             owner.OnOpened(shared_from_this());
         }
+        WatchMessages();
         Read();
     }
 
     // Messages
+
+    // Looks twice in the time that a message may take: one that was under way both times is overdue. Until
+    // the connection ends, nothing else needs the timer.
+    void WatchMessages() {
+        timer.expires_after(options.messageLimit / 2);
+        timer.async_wait([self = shared_from_this()](const error_code& error) {
+            if (error || self->gone || !self->open || self->sayingGoodbye) return;
+            const bool underWay = !self->stream->is_message_done();
+            if (underWay && self->wasUnderWay) {
+                self->Abort();
+                return;
+            }
+            self->wasUnderWay = underWay;
+            self->WatchMessages();
+        });
+    }
 
     void Read() {
         stream->async_read(incoming, [self = shared_from_this()](const error_code& error, std::size_t) {
@@ -229,6 +246,7 @@ private:
     }
 
     void OnRead() {
+        wasUnderWay = false;
         if (stream->got_text() && open && !silent) {
             const auto bytes = incoming.cdata();
             owner.OnMessage(shared_from_this(), {static_cast<const char*>(bytes.data()), bytes.size()});
@@ -310,7 +328,8 @@ private:
     websocket::close_code closeCode = websocket::close_code::normal;
     std::atomic<bool> silent{false};  // closed here: no more events
     std::atomic<bool> gone{false};
-    bool open = false;  // accepted and not ended
+    bool open = false;         // accepted and not ended
+    bool wasUnderWay = false;  // a message, when it was looked last
     bool writing = false;
     bool sayingGoodbye = false;
     bool saidGoodbye = false;

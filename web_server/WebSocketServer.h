@@ -36,6 +36,7 @@ struct WebSocketServerOptions {
     std::size_t maximumConnections = 64;                    // more are turned away
     std::size_t maximumQueuedBytes = std::size_t{8} << 20;  // a client that lets more pile up is dropped
     std::chrono::milliseconds handshakeLimit{5000};
+    std::chrono::milliseconds messageLimit{30000};  // for a message from its beginning to its end
     std::chrono::milliseconds silenceLimit{30000};  // a client that answers no ping for so long is dropped
 };
 

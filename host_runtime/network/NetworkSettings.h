@@ -16,6 +16,10 @@ struct NetworkSettings {
     std::chrono::milliseconds pingInterval{3000};
     std::chrono::milliseconds silenceLimit{9000};
 
+    // A message that is still not complete so long after its beginning was noticed ends the connection:
+    // a peer could go on for ever, byte by byte or with empty fragments.
+    std::chrono::milliseconds messageLimit{30000};
+
     // How long a closed socket lingers, unseen, to flush what was sent and to exchange close frames.
     std::chrono::milliseconds closingLimit{1000};
 

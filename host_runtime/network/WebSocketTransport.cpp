@@ -166,12 +166,13 @@ private:
     void OnHandshaken() {
         if (phase != Phase::Connecting) return;
         phase = Phase::Open;
-        lastReceived = Clock::now();
+        lastReceived = lastWhole = Clock::now();
         socket.next_layer().onReceived = [this](std::string_view) { lastReceived = Clock::now(); };
         socket.text(true);
         socket.auto_fragment(false);
         socket.read_message_max(target.settings.maximumMessageBytes);
         socket.control_callback([this](websocket::frame_type kind, beast::string_view) {
+            lastWhole = Clock::now();
             if (kind == websocket::frame_type::close) OnCloseFrame();
         });
         After(target.settings.pingInterval, &BeastTransport::CheckLiveness);
@@ -193,6 +194,8 @@ private:
     }
 
     void OnRead() {
+        unfinishedSince.reset();
+        lastWhole = Clock::now();
         if (phase == Phase::Open && socket.got_text()) TakeText();
         incoming.consume(incoming.size());
     }
@@ -238,9 +241,26 @@ private:
             End(Error::Lost);
             return;
         }
+        if (MessageIsOverdue()) {
+            End(Error::Lost);
+            return;
+        }
         if (!pinging) SendPing();
         const Clock::duration rest = target.settings.silenceLimit - silence;
         After(std::min<Clock::duration>(rest, target.settings.pingInterval), &BeastTransport::CheckLiveness);
+    }
+
+    // Pongs between the pieces of a message do not help it, and empty pieces are nothing to Beast, which
+    // counts only frames that carry something: then no whole frame comes at all.
+    bool MessageIsOverdue() {
+        const Clock::time_point now = Clock::now();
+        if (socket.is_message_done()) {
+            unfinishedSince.reset();
+        } else if (!unfinishedSince) {
+            unfinishedSince = now;
+        }
+        const Clock::time_point since = std::min(unfinishedSince.value_or(now), lastWhole);
+        return lastReceived > since && now - since >= target.settings.messageLimit;
     }
 
     // Sending
@@ -331,6 +351,8 @@ private:
     std::string answer;
     beast::flat_buffer incoming;
     Clock::time_point lastReceived;
+    Clock::time_point lastWhole;                       // message or control frame
+    std::optional<Clock::time_point> unfinishedSince;  // the message under way
     support::SendQueue queue;
     bool writing = false;
     bool pinging = false;

@@ -101,6 +101,32 @@ TEST_F(WebSocketServerContract, DropsAClientThatStaysSilent) {
     EXPECT_THAT(Lines(), ElementsAre());
 }
 
+TEST_F(WebSocketServerContract, DropsAClientWhoseMessageGoesOnForEver) {
+    WebSocketServerOptions options;
+    options.messageLimit = std::chrono::milliseconds(100);
+    Listen(options);
+    const auto peer = Join();
+    SendMasked(*peer, {kText, true, "whole"});
+    SendMasked(*peer, {kText, false, "more to come"});
+    EXPECT_THAT(WaitForLines(3), ElementsAre("open", "message whole", "close"));
+    EXPECT_TRUE(peer->WaitForEnd());
+}
+
+TEST_F(WebSocketServerContract, KeepsAClientBetweenItsMessages) {
+    WebSocketServerOptions options;
+    options.messageLimit = std::chrono::milliseconds(20);
+    options.silenceLimit = std::chrono::milliseconds(400);
+    Listen(options);
+    const auto peer = Join();
+    SendMasked(*peer, {kText, true, "first"});
+    // The server's own ping says that many looks have passed.
+    const auto ping = peer->ReadFrame();
+    ASSERT_TRUE(ping);
+    EXPECT_EQ(ping->opcode, kPing);
+    SendMasked(*peer, {kText, true, "second"});
+    EXPECT_THAT(WaitForLines(3), ElementsAre("open", "message first", "message second"));
+}
+
 TEST_F(WebSocketServerContract, DropsAClientThatFallsSilentLater) {
     WebSocketServerOptions options;
     options.silenceLimit = std::chrono::milliseconds(100);

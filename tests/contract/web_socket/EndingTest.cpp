@@ -111,6 +111,52 @@ TEST_P(WebSocketEnding, IsLostWhenAMessageNeverCompletes) {
     EXPECT_THAT(Reports(2), ElementsAre("open", "close 2"));
 }
 
+TEST_P(WebSocketEnding, IsLostWhenAMessageGoesOnForEver) {
+    settings.messageLimit = std::chrono::milliseconds(100);
+    UseLiveness(20, 4000);
+    Serve([](RawPeer& peer) {
+        peer.AcceptWebSocket();
+        peer.SendFrame({kText, false, "more to come"});
+        // Each ping is met by an empty fragment.
+        for (auto frame = peer.ReadFrame(); frame; frame = peer.ReadFrame())
+            peer.SendFrame({kContinuation, false, ""});
+    });
+    Open();
+    EXPECT_THAT(Reports(2), ElementsAre("open", "close 2"));
+}
+
+TEST_P(WebSocketEnding, IsLostWhenEmptyFragmentsComeForEver) {
+    settings.messageLimit = std::chrono::milliseconds(100);
+    UseLiveness(20, 4000);
+    Serve([](RawPeer& peer) {
+        peer.AcceptWebSocket();
+        peer.SendFrame({kText, false, ""});
+        for (auto frame = peer.ReadFrame(); frame; frame = peer.ReadFrame())
+            peer.SendFrame({kContinuation, false, ""});
+    });
+    Open();
+    EXPECT_THAT(Reports(2), ElementsAre("open", "close 2"));
+}
+
+TEST_P(WebSocketEnding, DoesNotComeForManyMessagesInARow) {
+    settings.messageLimit = std::chrono::milliseconds(100);
+    UseLiveness(20, 4000);
+    Serve([](RawPeer& peer) {
+        peer.AcceptWebSocket();
+        // At each look of the socket another message is under way.
+        peer.SendFrame({kText, false, "a"});
+        for (int count = 0; count < 15; ++count) {
+            const auto ping = peer.ReadFrame();
+            if (!ping || ping->opcode != kPing) return;
+            peer.Send(EncodeFrame({kContinuation, true, ""}) + EncodeFrame({kText, false, "b"}));
+        }
+        peer.SendFrame({kContinuation, true, " last"});
+        peer.WaitForEnd();
+    });
+    Open();
+    EXPECT_THAT(Reports(17), testing::AllOf(testing::SizeIs(17), testing::Contains("message b last")));
+}
+
 TEST_P(WebSocketEnding, DoesNotComeWhileThePeerAnswersPings) {
     UseLiveness(20, 4000);
     Serve([](RawPeer& peer) {

@@ -2,8 +2,11 @@
 
 #include <malloc.h>
 
+#include <chrono>
 #include <nlohmann/json.hpp>
 #include <sstream>
+
+#include "host_runtime/network/NetworkSettings.h"
 
 namespace faults {
 namespace {
@@ -27,6 +30,12 @@ std::string CommandedHost::Obey(const std::string& line) {
     }
     if (word == "trim") {
         malloc_trim(0);
+        return kDone;
+    }
+    if (word == "limit") {
+        auto settings = host_runtime::CurrentNetworkSettings();
+        settings.messageLimit = std::chrono::seconds(std::stoi(address));
+        host_runtime::SetNetworkSettings(settings);
         return kDone;
     }
     if (word == "quit") {

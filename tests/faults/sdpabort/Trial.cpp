@@ -107,7 +107,14 @@ private:
         }
         const bool refused = call->record.Count("failure") > failures;
         ++(refused ? sharedTally->refused : sharedTally->taken);
-        if (refused && isGood) ++sharedTally->goodOnesRefused;
+        if (refused && isGood) {
+            ++sharedTally->goodOnesRefused;
+            for (const Record::Entry& entry : call->record.All()) {
+                if (entry.what == "failure") std::fprintf(stderr, "%s\n", entry.text.c_str());
+            }
+            std::fprintf(stderr, "good one refused: %llu\n",
+                         static_cast<unsigned long long>(sharedTally->current));
+        }
         if (std::string(type) == "offer") {
             // The engine was made anew for it.
             if (!refused) {
