@@ -2,6 +2,7 @@
 
 #include <glib.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -66,6 +67,14 @@ bool ShowsPictures(vo_webrtc::voMediaStreamInterface& stream) {
     return inTime;
 }
 
+// Candidates of a description that stands may be refused one by one.
+std::size_t Refusals(Call& call) {
+    const std::vector<Record::Entry> all = call.record.All();
+    return static_cast<std::size_t>(std::count_if(all.begin(), all.end(), [](const Record::Entry& entry) {
+        return entry.what == "failure" && entry.text.find("ICE candidate") == std::string::npos;
+    }));
+}
+
 class Bench {
 public:
     explicit Bench(std::uint64_t seedToUse) : seed(seedToUse) {}
@@ -98,14 +107,14 @@ private:
     }
 
     void Set(const std::string& text, const char* type, bool isGood) {
-        const std::size_t failures = call->record.Count("failure");
+        const std::size_t refusals = Refusals(*call);
         call->connection->SetRemoteDescription(text.c_str(), type);
         if (!WaitForWorker(*call)) {
             ++sharedTally->unanswered;
             call.reset();
             return;
         }
-        const bool refused = call->record.Count("failure") > failures;
+        const bool refused = Refusals(*call) > refusals;
         ++(refused ? sharedTally->refused : sharedTally->taken);
         if (refused && isGood) {
             ++sharedTally->goodOnesRefused;
@@ -144,7 +153,7 @@ private:
         };
         live.Connect();
         const bool set = live.record.WaitFor("set").has_value() && WaitForWorker(live);
-        const bool refused = live.record.Count("failure") > 0;
+        const bool refused = Refusals(live) > 0;
         if (!set) {
             ++sharedTally->unanswered;
         } else {
