@@ -5,6 +5,7 @@
 namespace {
 
 using testing::ElementsAre;
+using testing::IsEmpty;
 using tests::MadeView;
 using tests::WrittenText;
 
@@ -16,6 +17,7 @@ constexpr std::uint32_t kText = 0x74657874;   // "text"
 class PanelViews : public tests::PanelFixture {
 protected:
     PanelViews() { tests::Views() = {}; }
+    ~PanelViews() override { tests::Views() = {}; }
 
     static std::vector<WrittenText> TakeWritten() { return std::exchange(tests::Views().written, {}); }
 };
@@ -37,6 +39,23 @@ TEST_F(PanelViews, AreReadAsText) {
     panel->TakeSettings();
     EXPECT_THAT(tests::Views().fieldsRead, ElementsAre(kText));
     EXPECT_EQ(SettingsAddress(), "127.0.0.9");
+}
+
+// The settings hold a refused address until the alert is out.
+TEST_F(PanelViews, ShowTheAcceptedAddressAgainBehindTheAlert) {
+    Activate("other", "127.0.0.3");
+    Build();
+    TakeWritten();
+    tests::Views().typed = "127.0.0.3";
+    std::vector<std::string> settingsAtAlert;
+    tests::Views().onAlert = [&] {
+        settingsAtAlert.push_back(SettingsAddress());
+        EXPECT_THAT(tests::Views().written, IsEmpty());
+    };
+    panel->TakeSettings();
+    EXPECT_THAT(settingsAtAlert, ElementsAre("127.0.0.3"));
+    EXPECT_EQ(SettingsAddress(), kAddress);
+    EXPECT_THAT(TakeWritten(), ElementsAre(WrittenText{"ip_addr", kText, kAddress, 2}));
 }
 
 TEST_F(PanelViews, ShowLabelsAsTitles) {

@@ -1,5 +1,6 @@
 #include "tests/unit/panel/RecordingGlassView.h"
 
+#include "host/ui/eGlass.h"
 #include "host/ui/eGlassView.h"
 
 namespace tests {
@@ -30,3 +31,13 @@ eView* eGlassView::View() const {
     static_cast<void>(glass);  // it has no views
     return nullptr;
 }
+
+// The linker gives calls of eGlass::WindowModalAlert to the first (--wrap), which hands them on to the
+// second. NOLINTBEGIN(bugprone-reserved-identifier)
+extern "C" void __real__ZN6eGlass16WindowModalAlertERK14eDialogOptions(eGlass*, const eDialogOptions&);
+extern "C" void __wrap__ZN6eGlass16WindowModalAlertERK14eDialogOptions(eGlass* glass,
+                                                                       const eDialogOptions& options) {
+    if (tests::Views().onAlert) tests::Views().onAlert();
+    __real__ZN6eGlass16WindowModalAlertERK14eDialogOptions(glass, options);
+}
+// NOLINTEND(bugprone-reserved-identifier)

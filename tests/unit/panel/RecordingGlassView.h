@@ -1,7 +1,8 @@
-// Stands in for the host's view handle and writes down how it is used.
+// Stands in for the host's view handle and writes down how it is used; tells of each alert as well.
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -25,7 +26,8 @@ struct ViewLog {
     std::vector<MadeView> made;
     std::vector<WrittenText> written;
     std::vector<std::uint32_t> fieldsRead;
-    std::string typed;  // what every view holds
+    std::string typed;              // what every view holds
+    std::function<void()> onAlert;  // before the panel's alert is queued
 };
 
 ViewLog& Views();

@@ -204,6 +204,42 @@ TEST_F(SessionTally, IsNotRepeatedToAPhoneThatComesBack) {
     EXPECT_THAT(Socket()->TakeSent(), IsEmpty());
 }
 
+// What was told before an error stays told, what is said until the next open does not count.
+TEST_F(SessionTally, IsNotRepeatedAfterAnError) {
+    StartAndOpen();
+    JoinedWithRenderers("phone");
+    session->SetTallyValue(1);
+    Fail();
+    BecomeOpen();
+    Socket()->TakeSent();
+    Join("phone");
+    EXPECT_THAT(Socket()->TakeSent(), IsEmpty());
+}
+
+TEST_F(SessionTally, ThatGoesOutAfterAnErrorIsToldWithTheNextJoin) {
+    StartAndOpen();
+    JoinedWithRenderers("phone");
+    session->SetTallyValue(1);
+    Fail();
+    session->SetTallyValue(5);
+    BecomeOpen();
+    Socket()->TakeSent();
+    Join("phone");
+    EXPECT_THAT(Socket()->TakeSent(), ElementsAre(Message("phone", false)));
+}
+
+TEST_F(SessionTally, OfRenderersThatAreMadeAfterARestartIsSent) {
+    StartAndOpen();
+    const auto connection = Joined("phone");
+    session->Stop();
+    StartAndOpen();
+    Join("phone");
+    connection->GetRendererData();
+    Socket()->TakeSent();
+    session->SetTallyValue(1);
+    EXPECT_THAT(Socket()->TakeSent(), ElementsAre(Message("phone", true)));
+}
+
 TEST_F(SessionTally, GoesOutOverTheSocketOfTheRestart) {
     StartAndOpen();
     JoinedWithRenderers("phone");
