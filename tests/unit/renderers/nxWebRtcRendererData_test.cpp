@@ -193,6 +193,21 @@ TEST_F(RendererData, StreamBeforeTheRendererIsAttachedWhenAskedAgain) {
     EXPECT_EQ(videoSide.SinkCount(), 1U);
 }
 
+// Nothing is asked of a track as long as there is no sink for it.
+TEST_F(RendererData, TrackWithoutASinkIsLeftAlone) {
+    videoSide.sinks.BeforeRemove([] { ADD_FAILURE() << "no sink to remove"; });
+    audioSide.sinks.BeforeRemove([] { ADD_FAILURE() << "no sink to remove"; });
+    for (int repeat = 0; repeat < 2; ++repeat) {
+        data->AttachVideoSink(stream);
+        data->AttachAudioSink(stream);
+    }
+    EXPECT_EQ(videoSide.SinkCount(), 0U);
+    EXPECT_EQ(audioSide.SinkCount(), 0U);
+    data.reset();
+    videoSide.sinks.BeforeRemove(nullptr);
+    audioSide.sinks.BeforeRemove(nullptr);
+}
+
 TEST_F(RendererData, ReplacedSinkIsReleasedButNotTakenOffItsTrack) {
     data->SetVideoRenderer(video);
     data->AttachVideoSink(stream);

@@ -78,6 +78,32 @@ TEST_F(SoundConsumers, ResynchroniseOneByOne) {
     EXPECT_TRUE(IsSilent(Pull(*renderer, kStart + 300'000, 1)));
 }
 
+// -1 stands for a clock that was never set, so the silence of a synchronisation at that time is left out.
+TEST_F(SoundConsumers, ThatSynchroniseAtMinusOneAreHeardAtOnce) {
+    const auto renderer = MakeAudioRenderer();
+    RampSound sound;
+    sound.Deliver(*renderer, 100);
+    EXPECT_TRUE(IsSilent(Pull(*renderer, -2, 1)));
+    EXPECT_EQ(FirstFrame(Pull(*renderer, -1, 2)), 44800);
+}
+
+class SoundControls : public tests::AudioRendererTest {};
+
+TEST_F(SoundControls, AreBothOffAtFirstAndTellWhatWasSet) {
+    const auto renderer = MakeAudioRenderer();
+    EXPECT_FALSE(renderer->IsAudioMuted());
+    EXPECT_FALSE(renderer->IsAudioEnabled());
+    for (const bool on : {true, false, true}) {
+        renderer->SetAudioMuted(on);
+        EXPECT_EQ(renderer->IsAudioMuted(), on);
+        EXPECT_NE(renderer->IsAudioEnabled(), on);
+        renderer->SetAudioEnabled(on);
+        EXPECT_EQ(renderer->IsAudioEnabled(), on);
+        EXPECT_EQ(renderer->IsAudioMuted(), on);
+        renderer->SetAudioEnabled(on);
+    }
+}
+
 class SoundBlock : public tests::AudioRendererTest {};
 
 TEST_F(SoundBlock, IsAskedForAs1600FramesWithoutFlags) {
