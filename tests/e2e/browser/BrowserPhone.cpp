@@ -77,6 +77,17 @@ BrowserPhone::~BrowserPhone() {
     if (child > 0) waitpid(child, nullptr, 0);
 }
 
+void BrowserPhone::Freeze() {
+    const std::string command = "freeze\n";
+    if (write(childInput, command.data(), command.size()) < 0) std::perror("write");
+}
+
+std::size_t BrowserPhone::Count(const std::string& name) const {
+    const support::MutexLock lock(mutex);
+    return static_cast<std::size_t>(std::count_if(
+        events.begin(), events.end(), [&name](const PhoneEvent& event) { return event.name == name; }));
+}
+
 void BrowserPhone::ReadLines() {
     std::string pending;
     char buffer[4096];

@@ -45,6 +45,10 @@ public:
     bool WaitFor(const Predicate& fits, std::chrono::seconds limit);
     bool WaitFor(const std::string& name, std::chrono::seconds limit);
 
+    // Takes the camera away from the connections that stand.
+    void Freeze();
+
+    std::size_t Count(const std::string& name) const;  // events so far
     // The newest event of a name; empty when there was none.
     PhoneEvent Latest(const std::string& name) const;
     std::string Transcript() const;  // all lines so far

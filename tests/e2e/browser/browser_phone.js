@@ -1,8 +1,8 @@
 #!/usr/bin/env node
 // A real browser as the phone: opens page.html in a headless Chromium whose camera and microphone are
 // files, listens on ADDRESS:9001 as a phone does, and carries the texts between the host and the page.
-// Writes one JSON object per line to standard output for whoever started it; ends when its standard input
-// ends, or on SIGINT and SIGTERM.
+// Writes one JSON object per line to standard output for whoever started it. "freeze" on its standard input
+// takes the camera away; it ends when that input ends, or on SIGINT and SIGTERM.
 //
 //   browser_phone.js --listen ADDRESS --video FILE.y4m --audio FILE.wav [--codec NAME [--only]] [--size WxH] [--fps N]
 'use strict';
@@ -133,6 +133,7 @@ class BrowserPhone {
         this.sockets = new Map();
         this.browser = null;
         this.ending = false;
+        this.freeze = () => {};
     }
 
     async run(options) {
@@ -147,6 +148,7 @@ class BrowserPhone {
                 this.tell(error),
             );
         };
+        this.freeze = () => toPage('freeze');
         await acceptHosts(options.listen, this.sockets, toPage);
         say({ event: 'listening', version: this.browser.version() });
     }
@@ -167,7 +169,10 @@ class BrowserPhone {
 const phone = new BrowserPhone();
 process.on('SIGINT', () => phone.end(0));
 process.on('SIGTERM', () => phone.end(0));
-process.stdin.on('end', () => phone.end(0)).resume();
+process.stdin
+    .on('data', (text) => text.includes('freeze') && phone.freeze())
+    .on('end', () => phone.end(0))
+    .resume();
 Promise.resolve()
     .then(() => phone.run(readOptions()))
     .catch((error) => {

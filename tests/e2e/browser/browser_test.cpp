@@ -147,6 +147,23 @@ TEST_F(BrowserTest, MayAnswerWithVp9Alone) {
     EXPECT_GE(sharpness, kSharpEnough);
 }
 
+TEST_F(BrowserTest, ACameraThatIsTakenAwayIsNegotiatedAnew) {
+    ASSERT_NO_FATAL_FAILURE(StartPhone(""));
+    ASSERT_NO_FATAL_FAILURE(Connect());
+    ASSERT_FALSE(SentCodec().empty());
+    phone->Freeze();
+    ASSERT_TRUE(phone->WaitFor("frozen", 10s)) << phone->Transcript();
+    ASSERT_TRUE(host.RunUntil([this] { return phone->Count("answered") >= 2; }, 15s)) << phone->Transcript();
+    const auto number = [this] {
+        const auto picture = media->LatestPicture();
+        return picture ? FrameNumberOf(*picture) : std::nullopt;
+    };
+    const auto standing = number();
+    EXPECT_TRUE(host.RunUntil([&] { return number() && number() != standing; }, kMediaLimit))
+        << phone->Transcript();
+    ExpectEveryFrameArrives();
+}
+
 TEST_F(BrowserTest, TallyLightFollowsTheHost) {
     ASSERT_NO_FATAL_FAILURE(StartPhone(""));
     ASSERT_NO_FATAL_FAILURE(Connect());

@@ -126,6 +126,14 @@ class HostLink {
         sendToHost(this.client, JSON.stringify(complete));
     }
 
+    // The camera is taken away, as by a call that comes in; the connection stands and says nothing of it.
+    async freeze() {
+        for (const sender of this.peer.getSenders()) {
+            if (sender.track && sender.track.kind === 'video') await sender.replaceTrack(null);
+        }
+        report({ event: 'frozen' });
+    }
+
     closePeer() {
         if (this.peer) this.peer.close();
         this.peer = null;
@@ -188,6 +196,10 @@ const Phone = {
     receive(client, text) {
         const link = this.links.get(client);
         if (link) link.receive(text);
+    },
+
+    async freeze() {
+        for (const link of this.links.values()) await link.freeze();
     },
 
     close(client) {
