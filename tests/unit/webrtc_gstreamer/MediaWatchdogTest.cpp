@@ -161,6 +161,7 @@ TEST(MediaWatchdog, WhatTheOtherSideDoesNotSendIsNotMissed) {
     watch.RunFor(20);
     watch.Begin();
     watch.dog.Expect(Kind::Picture, false);
+    watch.RunFor(1);  // the last packets are still under way
     watch.picture = Media::Gone;
     watch.RunFor(600);
     EXPECT_TRUE(watch.notes.empty());
@@ -228,7 +229,7 @@ TEST(MediaWatchdog, SettledMediaBeginsAnew) {
     watch.RunFor(20);
     watch.picture = Media::Gone;
     watch.sound = Media::Gone;
-    watch.RunFor(120);
+    watch.RunFor(65);  // the next negotiation would be due after 123.5 s
     watch.picture = Media::Flows;
     watch.sound = Media::Flows;
     watch.RunFor(10.5);
@@ -246,9 +247,10 @@ TEST(MediaWatchdog, AMomentOfMediaKeepsThePauses) {
     watch.sound = Media::Gone;
     watch.RunFor(120);
     watch.Begin();
-    // A phone that sends one picture after each negotiation and hangs again.
+    // A phone that sends for a second after each negotiation and hangs again.
     for (int second = 0; second < 120; ++second) {
         watch.picture = second % 5 == 0 ? Media::Flows : Media::Gone;
+        watch.sound = watch.picture;
         watch.RunFor(1);
     }
     EXPECT_LE(watch.negotiations.size(), 2U);
