@@ -22,7 +22,9 @@ constexpr unsigned int kJitterLatencyMs = 80;
 constexpr unsigned int kFirstPackets = 3;
 // With the defaults, feedback leaves too late for retransmission and bandwidth estimation to work.
 constexpr double kRtcpBandwidth = 50e6;
-constexpr guint64 kRtcpMinimumInterval = 10 * GST_MSECOND;
+// Early feedback, as for a lost packet, may go out once between two regular reports: every picture has its
+// own.
+constexpr guint64 kRtcpMinimumInterval = 30 * GST_MSECOND;
 // Between two connectivity checks; the shortest that RFC 8445, section 14.2 allows.
 constexpr unsigned int kIcePacingMs = 5;
 
