@@ -16,7 +16,10 @@ namespace webrtc_gstreamer {
 namespace {
 
 // Only the budget for repairing losses: a picture that arrives whole is not held back.
-constexpr unsigned int kJitterLatencyMs = 80;
+constexpr unsigned int kJitterLatencyMs = 100;
+// Requests are lost like everything else: the budget holds several. The jitter buffer's own guess, 40 ms,
+// stays what it is when packets come again as they were, from which it learns no round trip.
+constexpr int kRequestAgainMs = 15;
 // A stream begins with so many packets in a row instead of waiting for that budget first, in case one that it
 // has not seen was overtaken. Key pictures take more, so that a picture loses no time.
 constexpr unsigned int kFirstPackets = 3;
@@ -30,7 +33,7 @@ constexpr unsigned int kIcePacingMs = 5;
 
 // For a stream of a bundle, webrtcbin's own handler, which ran before, has switched the requests off.
 void OnNewJitterBuffer(GstElement*, GstElement* jitterBuffer, guint, guint, gpointer) {
-    g_object_set(jitterBuffer, "do-retransmission", TRUE, nullptr);
+    g_object_set(jitterBuffer, "do-retransmission", TRUE, "rtx-retry-timeout", kRequestAgainMs, nullptr);
 }
 
 void OnElementAdded(GstBin*, GstBin*, GstElement* element, gpointer) {
