@@ -1,7 +1,7 @@
 from stories import _loss
 
 TITLE = "5 % of all packets are lost both ways, beside headless Chromium"
-SHORT = True
+SHORT = False
 TARGETS = _loss.TARGETS
 PACKAGES = _loss.PACKAGES
 BROWSER = True
