@@ -1,5 +1,6 @@
 #include "apps/halyard/Probe.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "apps/halyard/PictureView.h"
@@ -68,9 +69,21 @@ void Probe::OnSound(std::span<const std::int16_t> samples, std::int64_t presenta
 
 void Probe::PairFlashAndBeep() {
     if (!flashUs || !beepUs || std::llabs(*beepUs - *flashUs) >= kPairWithinUs) return;
-    offsets.Add(static_cast<double>(*beepUs - *flashUs) / 1000.0);
+    const double offsetMs = static_cast<double>(*beepUs - *flashUs) / 1000.0;
+    const bool first = offsets.Count() == 0;
+    smallestOffsetMs = first ? offsetMs : std::min(smallestOffsetMs, offsetMs);
+    largestOffsetMs = first ? offsetMs : std::max(largestOffsetMs, offsetMs);
+    offsetSumMs += offsetMs;
+    offsets.Add(offsetMs);
     flashUs.reset();
     beepUs.reset();
+}
+
+std::optional<Probe::SoundOffset> Probe::SoundOffsets() const {
+    const std::optional<double> median = offsets.Percentile(50);
+    if (!median) return std::nullopt;
+    const double mean = offsetSumMs / static_cast<double>(offsets.Count());
+    return SoundOffset{*median, mean, std::max(largestOffsetMs - mean, mean - smallestOffsetMs)};
 }
 
 }  // namespace halyard

@@ -28,14 +28,23 @@ public:
     std::int64_t StampedPictures() const { return stampedPictures; }
     std::int64_t SkippedPictures() const { return skippedPictures; }
     std::int64_t RepeatedPictures() const { return repeatedPictures; }
-    // Beep minus flash, the median; nothing before the first pair.
-    std::optional<double> SoundOffsetMs() const { return offsets.Percentile(50); }
+
+    // Beep minus flash, over all pairs.
+    struct SoundOffset {
+        double medianMs = 0;
+        double meanMs = 0;
+        double largestDeviationMs = 0;  // of a pair from the mean, either way
+    };
+    std::optional<SoundOffset> SoundOffsets() const;  // nothing before the first pair
 
 private:
     void PairFlashAndBeep();
 
     Histogram latencies;
     Histogram offsets;
+    double offsetSumMs = 0;
+    double smallestOffsetMs = 0;
+    double largestOffsetMs = 0;
     std::int64_t stampedPictures = 0;
     std::int64_t skippedPictures = 0;
     std::int64_t repeatedPictures = 0;

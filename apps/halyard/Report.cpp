@@ -24,7 +24,11 @@ void AddProbe(const SourceMonitor::ProbeResult& probe, Json& entry) {
                           {"max", Tenths(probe.latencyMax)}};
     entry["skippedPictures"] = probe.skippedPictures;
     entry["repeatedPictures"] = probe.repeatedPictures;
-    entry["soundOffsetMs"] = Tenths(probe.soundOffset);
+    // What the middle pair of flash and beep says, and how steady all of them are.
+    const auto& offset = probe.soundOffset;
+    entry["soundOffsetMs"] = offset ? Json(Rounded(offset->medianMs, 10.0)) : Json();
+    entry["soundOffsetMeanMs"] = offset ? Json(Rounded(offset->meanMs, 10.0)) : Json();
+    entry["soundOffsetDeviationMs"] = offset ? Json(Rounded(offset->largestDeviationMs, 10.0)) : Json();
 }
 
 Json Entry(const ReportedSource& source) {

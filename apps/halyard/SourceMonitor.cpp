@@ -66,7 +66,7 @@ SourceMonitor::Counts SourceMonitor::Now() const {
     if (probe) {
         const Histogram& latency = probe->LatencyMs();
         result.probe = ProbeResult{latency.Percentile(50),   latency.Percentile(95), latency.Percentile(99),
-                                   latency.Maximum(),        probe->SoundOffsetMs(), probe->SkippedPictures(),
+                                   latency.Maximum(),        probe->SoundOffsets(),  probe->SkippedPictures(),
                                    probe->RepeatedPictures()};
     }
     return result;

@@ -22,7 +22,7 @@ public:
         std::optional<double> latencyP95;
         std::optional<double> latencyP99;
         std::optional<double> latencyMax;
-        std::optional<double> soundOffset;
+        std::optional<Probe::SoundOffset> soundOffset;
         std::int64_t skippedPictures = 0;
         std::int64_t repeatedPictures = 0;
     };

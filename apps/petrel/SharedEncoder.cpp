@@ -35,6 +35,7 @@ std::unique_ptr<SharedEncoder> SharedEncoder::Make(const SimulateOptions& option
 SharedEncoder::SharedEncoder(const SimulateOptions& options, std::unique_ptr<VideoSource> video,
                              std::unique_ptr<AudioSource> audio)
     : codec(options.codec),
+      clockRate(1 + options.clockErrorPpm * 1e-6),
       framesPerSecond(options.framesPerSecond),
       videoSource(std::move(video)),
       audioSource(std::move(audio)) {}
@@ -92,8 +93,9 @@ void SharedEncoder::Run() {
 
 bool SharedEncoder::WaitUntil(std::int64_t mediaTimeNs) {
     // The pipeline's clock is the system's monotonic one, as is steady_clock.
+    const auto elapsedNs = static_cast<std::int64_t>(static_cast<double>(mediaTimeNs) / clockRate);
     const auto due = std::chrono::steady_clock::time_point(
-        std::chrono::nanoseconds(static_cast<std::int64_t>(encoder->BaseTime()) + mediaTimeNs));
+        std::chrono::nanoseconds(static_cast<std::int64_t>(encoder->BaseTime()) + elapsedNs));
     support::MutexLock lock(mutex);
     while (!stopping && changed.WaitUntil(mutex, due)) {
     }
@@ -101,7 +103,8 @@ bool SharedEncoder::WaitUntil(std::int64_t mediaTimeNs) {
 }
 
 std::int64_t SharedEncoder::MediaTimeNs() const {
-    return static_cast<std::int64_t>(gst_clock_get_time(encoder->Clock()) - encoder->BaseTime());
+    const GstClockTime elapsedNs = gst_clock_get_time(encoder->Clock()) - encoder->BaseTime();
+    return static_cast<std::int64_t>(static_cast<double>(elapsedNs) * clockRate);
 }
 
 bool SharedEncoder::IsNeeded(std::int64_t mediaTimeNs) {

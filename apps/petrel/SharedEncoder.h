@@ -58,6 +58,7 @@ private:
     void DeliverSound();
 
     const VideoCodec codec;
+    const double clockRate;  // seconds of the phone in a second
     const int framesPerSecond;
     const std::unique_ptr<VideoSource> videoSource;  // used by the pump thread only, like audioSource
     const std::unique_ptr<AudioSource> audioSource;

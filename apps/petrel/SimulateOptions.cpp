@@ -19,6 +19,7 @@ constexpr int kUsageError = 2;
 constexpr int kMaximumPhones = 64;
 constexpr int kMaximumWidth = 3840;
 constexpr int kMaximumHeight = 2160;
+constexpr double kLargestClockError = 1000;
 
 std::optional<int> ReadNumber(const std::string& text) {
     int value = 0;
@@ -105,6 +106,11 @@ CommandLine ReadCommandLine(int argc, const char* const* argv) {
                                              "user name (default: \"Petrel simulator\" and a number)");
     simulate->add_option("--bitrate", options.bitrateKbits, "kilobits per second of video (default: by size)")
         ->check(CLI::Range(50, 100'000));
+    simulate
+        ->add_option("--clock-error", options.clockErrorPpm,
+                     "millionths by which the phone's clock is fast (default 0)")
+        ->type_name("PPM")
+        ->check(CLI::Range(-kLargestClockError, kLargestClockError));
     bool announce = false;
     CLI::Option* announced = simulate->add_flag(
         "--announce,!--no-announce", announce,

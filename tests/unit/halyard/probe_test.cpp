@@ -71,8 +71,25 @@ TEST_F(ProbeTest, MeasuresHowFarTheBeepIsBehindTheFlash) {
         const auto sound = pictures.Sound(timeUs, beepUs);
         probe.OnSound(tests::PatternPictures::Samples(*sound), timeUs);
     }
-    ASSERT_TRUE(probe.SoundOffsetMs());
-    EXPECT_NEAR(*probe.SoundOffsetMs(), 104.0, 1.0);
+    ASSERT_TRUE(probe.SoundOffsets());
+    EXPECT_NEAR(probe.SoundOffsets()->medianMs, 104.0, 1.0);
+    EXPECT_NEAR(probe.SoundOffsets()->meanMs, 104.0, 1.0);
+    EXPECT_LT(probe.SoundOffsets()->largestDeviationMs, 1.0);
+}
+
+TEST_F(ProbeTest, TellsHowFarBeepsStrayFromTheirMean) {
+    // Four beeps 60 ms behind their flashes, the last one 120 ms.
+    for (std::int64_t k = 0; k < 150; ++k) {
+        const std::int64_t timeUs = host_runtime::SoundPullTimeUs(0, k);
+        Show(static_cast<std::uint32_t>(k), 0, timeUs, timeUs % kSecondUs < 100'000);
+        const auto sound = pictures.Sound(timeUs, timeUs < 4 * kSecondUs ? 60'000 : 120'000);
+        probe.OnSound(tests::PatternPictures::Samples(*sound), timeUs);
+    }
+    ASSERT_TRUE(probe.SoundOffsets());
+    // The flash that is on at first does not count, which leaves three pairs and the last one.
+    EXPECT_NEAR(probe.SoundOffsets()->medianMs, 60.0, 1.0);
+    EXPECT_NEAR(probe.SoundOffsets()->meanMs, 75.0, 1.0);
+    EXPECT_NEAR(probe.SoundOffsets()->largestDeviationMs, 45.0, 1.0);
 }
 
 TEST_F(ProbeTest, ASoundBeforeThePictureIsNegative) {
@@ -82,14 +99,14 @@ TEST_F(ProbeTest, ASoundBeforeThePictureIsNegative) {
         probe.OnSound(tests::PatternPictures::Samples(*sound), timeUs);
         Show(static_cast<std::uint32_t>(k), 0, timeUs, timeUs % kSecondUs < 100'000);
     }
-    ASSERT_TRUE(probe.SoundOffsetMs());
-    EXPECT_NEAR(*probe.SoundOffsetMs(), -50.0, 1.0);
+    ASSERT_TRUE(probe.SoundOffsets());
+    EXPECT_NEAR(probe.SoundOffsets()->medianMs, -50.0, 1.0);
 }
 
 TEST_F(ProbeTest, HasNoOffsetWithoutBeeps) {
     for (std::int64_t k = 0; k < 90; ++k)
         Show(static_cast<std::uint32_t>(k), 0, k * 33'333, (k * 33'333) % kSecondUs < 100'000);
-    EXPECT_FALSE(probe.SoundOffsetMs());
+    EXPECT_FALSE(probe.SoundOffsets());
 }
 
 }  // namespace

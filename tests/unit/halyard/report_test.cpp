@@ -53,12 +53,15 @@ TEST(Report, IsOneObjectWithTheStatedKeys) {
 
 TEST(Report, HasTheProbesMeasuresOnlyWithTheProbe) {
     ReportedSource source = Delivered();
-    source.counts.probe = SourceMonitor::ProbeResult{4.04, 9.5, 12.0, 31.0, 101.26, 3, 4};
+    source.counts.probe =
+        SourceMonitor::ProbeResult{4.04, 9.5, 12.0, 31.0, Probe::SoundOffset{101.26, 102.04, 7.77}, 3, 4};
     const json entry = json::parse(ReportText(1, {source}))["sources"][0];
     EXPECT_EQ(entry["latencyMs"], json::parse(R"({"p50": 4.0, "p95": 9.5, "p99": 12.0, "max": 31.0})"));
     EXPECT_EQ(entry["skippedPictures"], 3);
     EXPECT_EQ(entry["repeatedPictures"], 4);
     EXPECT_EQ(entry["soundOffsetMs"], 101.3);
+    EXPECT_EQ(entry["soundOffsetMeanMs"], 102.0);
+    EXPECT_EQ(entry["soundOffsetDeviationMs"], 7.8);
 }
 
 TEST(Report, SaysNullForWhatWasNeverMeasured) {
@@ -69,6 +72,8 @@ TEST(Report, SaysNullForWhatWasNeverMeasured) {
     EXPECT_TRUE(entry["firstPictureMs"].is_null());
     EXPECT_TRUE(entry["latencyMs"]["p50"].is_null());
     EXPECT_TRUE(entry["soundOffsetMs"].is_null());
+    EXPECT_TRUE(entry["soundOffsetMeanMs"].is_null());
+    EXPECT_TRUE(entry["soundOffsetDeviationMs"].is_null());
     EXPECT_TRUE(entry["status"].is_null()) << "there is no panel";
     EXPECT_TRUE(entry["megabitsPerSecond"].is_null());
 }

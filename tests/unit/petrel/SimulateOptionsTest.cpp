@@ -32,9 +32,9 @@ TEST(SimulateOptions, HaveDefaults) {
 
 TEST(SimulateOptions, AreRead) {
     const CommandLine line =
-        Read({"simulate", "--listen", "127.0.0.7", "--phones",  "2",       "--video", "a.mp4",
-              "--size",   "640x360",  "--fps",     "25",        "--codec", "vp8",     "--audio",
-              "none",     "--name",   "Camera",    "--bitrate", "900",     "--quiet"});
+        Read({"simulate", "--listen",  "127.0.0.7", "--phones",      "2",    "--video", "a.mp4", "--size",
+              "640x360",  "--fps",     "25",        "--codec",       "vp8",  "--audio", "none",  "--name",
+              "Camera",   "--bitrate", "900",       "--clock-error", "-100", "--quiet"});
     ASSERT_TRUE(line.options) << line.text;
     EXPECT_THAT(line.options->addresses, ElementsAre("127.0.0.7", "127.0.0.8"));
     EXPECT_EQ(line.options->video, "a.mp4");
@@ -45,6 +45,7 @@ TEST(SimulateOptions, AreRead) {
     EXPECT_EQ(line.options->codec, petrel::VideoCodec::Vp8);
     EXPECT_EQ(line.options->name, "Camera");
     EXPECT_EQ(petrel::VideoBitrateKbits(*line.options), 900);
+    EXPECT_DOUBLE_EQ(line.options->clockErrorPpm, -100);
     EXPECT_TRUE(line.options->quiet);
 }
 
@@ -93,7 +94,8 @@ INSTANTIATE_TEST_SUITE_P(
                     BadLine{"unknown codec", {"simulate", "--codec", "av1"}},
                     BadLine{"empty name", {"simulate", "--name", ""}},
                     BadLine{"the client's name", {"simulate", "--name", "Halyard"}},
-                    BadLine{"bitrate too low", {"simulate", "--bitrate", "1"}}));
+                    BadLine{"bitrate too low", {"simulate", "--bitrate", "1"}},
+                    BadLine{"a clock that nobody has", {"simulate", "--clock-error", "1001"}}));
 
 TEST(SimulateOptions, APhoneIsAnnouncedUnlessItsAddressIsOfUseToThisMachineOnly) {
     const petrel::SimulateOptions unsaid = *Read({"simulate"}).options;

@@ -1,0 +1,41 @@
+// Flash and beep of a phone, as a consumer of the host sees and hears them.
+#include "tests/e2e/host/HalyardTest.h"
+#include "tests/e2e/host/SimulatedPhone.h"
+
+namespace e2e {
+namespace {
+
+using nlohmann::json;
+
+struct Phone {
+    const char* name;
+    const char* address;
+    const char* clockError;  // millionths
+};
+
+class LipSync : public HalyardTest, public testing::WithParamInterface<Phone> {};
+
+TEST_P(LipSync, SoundStaysWhereItIsBehindThePicture) {
+    SimulatedPhone phone(GetParam().address, {"--size", "640x360", "--clock-error", GetParam().clockError});
+    // Pictures are pulled so often that the moment of the flash is known to 8 ms.
+    const Ended ended = Run(Real({"--source", phone.Address(), "--fps", "120", "--duration", "25", "--probe",
+                                  "--report", ReportFile(), "--trace", directory / "trace"}));
+    EXPECT_EQ(ended.exitCode, 0) << ended.errors;
+    ASSERT_TRUE(ended.report.is_object());
+    const json source = ended.report["sources"][0];
+    ASSERT_TRUE(source["soundOffsetMeanMs"].is_number()) << source;
+    EXPECT_GT(source["soundOffsetMeanMs"].get<double>(), 0.0);
+    EXPECT_LT(source["soundOffsetMeanMs"].get<double>(), 160.0);
+    EXPECT_LE(source["soundOffsetDeviationMs"].get<double>(), 20.0) << source;
+    // Until the first sound, and for 200 ms of it.
+    EXPECT_LT(source["silentSoundBlocks"].get<int>(), 90) << source;
+}
+
+INSTANTIATE_TEST_SUITE_P(AnyClock, LipSync,
+                         testing::Values(Phone{"SameClock", "127.0.14.11", "0"},
+                                         Phone{"FastClock", "127.0.14.12", "500"},
+                                         Phone{"SlowClock", "127.0.14.13", "-500"}),
+                         [](const auto& testInfo) { return std::string(testInfo.param.name); });
+
+}  // namespace
+}  // namespace e2e
