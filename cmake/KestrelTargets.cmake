@@ -80,10 +80,11 @@ function(kestrel_test name)
     add_executable(${name} ${TEST_SOURCES})
     kestrel_target(${name})
     target_link_libraries(${name} PRIVATE ${TEST_LIBRARIES} test_main GTest::gtest GTest::gmock)
-    # The tests' own code runs once: optimising it would cost more than it saves. What it tests keeps its flags.
+    # The tests' own code runs once: optimising it would cost more than it saves, unless it computes for long. What
+    # it tests keeps its flags.
     if(KESTREL_SANITIZE AND NOT TEST_COMPUTES)
         target_compile_options(${name} PRIVATE -O0)
-    elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
+    elseif(CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT TEST_COMPUTES)
         target_compile_options(${name} PRIVATE -O1)
     endif()
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")

@@ -5,14 +5,12 @@
 
 #include "support/annotated_mutex.h"
 #include "webrtc_gstreamer/LibraryThread.h"
+#include "webrtc_gstreamer/PlayoutSchedule.h"
 
 namespace webrtc_gstreamer {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-constexpr auto kPeriod = std::chrono::milliseconds(10);
-// After a longer stop (a suspended machine) the missed blocks are not made up for.
-constexpr auto kLongestCatchUp = std::chrono::seconds(1);
 
 }  // namespace
 
@@ -25,22 +23,22 @@ struct PlayoutClock::State {
 
     void Run();
     // The players to call; false when the clock has ended.
-    bool WaitForTick(Clock::time_point& due, std::vector<std::shared_ptr<Player>>& toCall);
+    bool WaitForTick(PlayoutSchedule& schedule, std::vector<std::shared_ptr<Player>>& toCall);
 };
 
-bool PlayoutClock::State::WaitForTick(Clock::time_point& due, std::vector<std::shared_ptr<Player>>& toCall) {
+bool PlayoutClock::State::WaitForTick(PlayoutSchedule& schedule,
+                                      std::vector<std::shared_ptr<Player>>& toCall) {
     const support::MutexLock lock(mutex);
     std::erase_if(players, [](const auto& player) { return player.expired(); });
     if (players.empty()) {
         while (players.empty() && !ended)
             changed.Wait(mutex);
-        due = Clock::now() + kPeriod;
+        schedule.Begin(Clock::now());
     }
-    while (!ended && Clock::now() < due)
-        changed.WaitUntil(mutex, due);
+    while (!ended && Clock::now() < schedule.Due())
+        changed.WaitUntil(mutex, schedule.Due());
     if (ended) return false;
-    const auto now = Clock::now();
-    due = now - due > kLongestCatchUp ? now + kPeriod : due + kPeriod;
+    schedule.Play(Clock::now());
     for (const auto& player : players) {
         if (auto alive = player.lock()) toCall.push_back(std::move(alive));
     }
@@ -49,8 +47,9 @@ bool PlayoutClock::State::WaitForTick(Clock::time_point& due, std::vector<std::s
 
 void PlayoutClock::State::Run() {
     std::vector<std::shared_ptr<Player>> toCall;
-    Clock::time_point due = Clock::now() + kPeriod;
-    while (WaitForTick(due, toCall)) {
+    PlayoutSchedule schedule;
+    schedule.Begin(Clock::now());
+    while (WaitForTick(schedule, toCall)) {
         for (const auto& player : toCall)
             player->PlayBlock();
         toCall.clear();

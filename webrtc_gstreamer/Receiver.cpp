@@ -46,6 +46,9 @@ constexpr const char* kAudioEnd =
     "audio/x-raw,format=S16LE,rate=48000,channels=2,layout=interleaved ! "
     "appsink name=sink sync=false async=false qos=false enable-last-sample=false";
 
+// Sound is not sent again: what is missing after this time is concealed, and what follows goes on.
+constexpr unsigned int kSoundJitterLatencyMs = 40;
+
 const Chain* ChainFor(GstPad* pad) {
     const CapsPointer caps(gst_pad_get_current_caps(pad));
     const CapsPointer fallback(caps ? nullptr : gst_pad_query_caps(pad, nullptr));
@@ -211,6 +214,35 @@ void CountPackets(GstPad* pad, std::shared_ptr<StreamMeter> meter) {
         [](gpointer data) { delete static_cast<PacketCounter*>(data); });
 }
 
+// The jitter buffer whose packets come out of this pad of webrtcbin; null when it cannot be found.
+ElementPointer JitterBufferBehind(GstPad* pad) {
+    constexpr int kMostSteps = 16;
+    PadPointer at(GST_PAD(gst_object_ref(pad)));
+    for (int step = 0; at && step < kMostSteps; ++step) {
+        if (GST_IS_GHOST_PAD(at.get())) {
+            at.reset(gst_ghost_pad_get_target(GST_GHOST_PAD(at.get())));
+            continue;
+        }
+        ElementPointer element(gst_pad_get_parent_element(at.get()));
+        if (!element) return nullptr;
+        const GstElementFactory* factory = gst_element_get_factory(element.get());
+        if (factory != nullptr && g_strcmp0(GST_OBJECT_NAME(factory), "rtpjitterbuffer") == 0) return element;
+        const PadPointer sink(gst_element_get_static_pad(element.get(), "sink"));
+        at.reset(sink ? gst_pad_get_peer(sink.get()) : nullptr);
+    }
+    return nullptr;
+}
+
+void ConnectSound(GstElement* bin, GstPad* pad, const std::shared_ptr<AudioTrack>& track) {
+    ConnectSink(bin, OnSound, new AudioOutput(track));
+    // With retransmission, a packet that is merely late would be given up, though the playout could wait.
+    if (const ElementPointer buffer = JitterBufferBehind(pad)) {
+        g_object_set(buffer.get(), "do-retransmission", FALSE, "latency", kSoundJitterLatencyMs, nullptr);
+    } else {
+        LogWarning("the jitter buffer of a sound cannot be found");
+    }
+}
+
 void Drain(GstBin* pipeline, GstPad* pad) {
     GstElement* sink = gst_element_factory_make("fakesink", nullptr);
     if (sink == nullptr) return;
@@ -249,7 +281,7 @@ GstElement* AddReceiver(GstBin* pipeline, GstPad* pad, const ReceivingTracks& tr
     if (chain->video) {
         ConnectVideo(bin, tracks.video);
     } else {
-        ConnectSink(bin, OnSound, new AudioOutput(tracks.audio));
+        ConnectSound(bin, pad, tracks.audio);
     }
     gst_bin_add(pipeline, bin);
     gst_element_sync_state_with_parent(bin);

@@ -1,17 +1,34 @@
 #include "webrtc_gstreamer/Resampler.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstring>
 #include <numbers>
 #include <vector>
 
 namespace webrtc_gstreamer {
 namespace {
 
-constexpr int kPhases = 256;
+// Steps so small that the nearest one will do: half a step shifts a tone of 1 kHz by less than it is rounded.
+constexpr int kPhases = 2048;
 using Kernel = std::array<float, Resampler::kTaps>;
 
-// One kernel per phase, and one more so that the next phase always exists.
+// Written as vectors, because compilers make three times as many instructions of the plain loop.
+constexpr std::size_t kLanes = 4;
+using Four [[gnu::vector_size(kLanes * sizeof(float))]] = float;
+
+Four Load(const float* from) {
+    Four loaded;
+    std::memcpy(&loaded, from, sizeof loaded);
+    return loaded;
+}
+
+float Sum(Four values) {
+    return values[0] + values[1] + values[2] + values[3];
+}
+
+// From one sample to the next, both included.
 std::vector<Kernel> MakeKernels() {
     std::vector<Kernel> kernels(kPhases + 1);
     for (int phase = 0; phase <= kPhases; ++phase) {
@@ -37,27 +54,20 @@ std::vector<Kernel> MakeKernels() {
     return kernels;
 }
 
-std::int16_t ToSample(float value) {
-    return static_cast<std::int16_t>(std::lrintf(std::clamp(value, -32768.0F, 32767.0F)));
-}
-
 }  // namespace
 
-Resampler::Frame Resampler::Interpolate(std::span<const Frame, kTaps> window, double fraction) {
+Resampler::Frame Resampler::Interpolate(Window left, Window right, double fraction) {
     static const std::vector<Kernel> kernels = MakeKernels();
-    const double position = std::clamp(fraction, 0.0, 1.0) * kPhases;
-    const int phase = std::min(static_cast<int>(position), kPhases - 1);
-    const auto between = static_cast<float>(position - phase);
-    const Kernel& first = kernels[static_cast<std::size_t>(phase)];
-    const Kernel& second = kernels[static_cast<std::size_t>(phase) + 1];
-    float left = 0;
-    float right = 0;
-    for (std::size_t tap = 0; tap < window.size(); ++tap) {
-        const float weight = first[tap] + between * (second[tap] - first[tap]);
-        left += weight * static_cast<float>(window[tap].left);
-        right += weight * static_cast<float>(window[tap].right);
+    const int phase = std::clamp(static_cast<int>(fraction * kPhases + 0.5), 0, kPhases);
+    const Kernel& kernel = kernels[static_cast<std::size_t>(phase)];
+    Four lefts{};
+    Four rights{};
+    for (std::size_t tap = 0; tap < kTaps; tap += kLanes) {
+        const Four weight = Load(&kernel[tap]);
+        lefts += weight * Load(&left[tap]);
+        rights += weight * Load(&right[tap]);
     }
-    return {ToSample(left), ToSample(right)};
+    return {ToSample(Sum(lefts)), ToSample(Sum(rights))};
 }
 
 }  // namespace webrtc_gstreamer

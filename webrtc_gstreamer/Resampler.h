@@ -1,14 +1,14 @@
 #pragma once
 
-#include <array>
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <span>
 
 namespace webrtc_gstreamer {
 
 // Changes the speed of 16-bit stereo sound by a few parts in a thousand, without clicks when the ratio
-// changes: a windowed sinc between samples, read at a position that only ever moves forward. At ratio 1
-// from the start the output is the input.
+// changes: a windowed sinc between samples, read at a position that only ever moves forward.
 class Resampler {
 public:
     static constexpr int kTaps = 16;
@@ -21,9 +21,16 @@ public:
         std::int16_t right = 0;
         friend bool operator==(const Frame&, const Frame&) = default;
     };
+    // Samples of one channel, in units of 16-bit samples.
+    using Window = std::span<const float, kTaps>;
 
-    // One output frame at `fraction` (0 to 1) between window[kBefore] and window[kBefore + 1].
-    static Frame Interpolate(std::span<const Frame, kTaps> window, double fraction);
+    // One output frame at `fraction` (0 to 1) between the windows' [kBefore] and [kBefore + 1].
+    static Frame Interpolate(Window left, Window right, double fraction);
+    // The nearest 16-bit sample, halves away from zero.
+    static std::int16_t ToSample(float value) {
+        const float limited = std::clamp(value, -32768.0F, 32767.0F);
+        return static_cast<std::int16_t>(static_cast<int>(limited + std::copysign(0.5F, limited)));
+    }
 };
 
 }  // namespace webrtc_gstreamer
