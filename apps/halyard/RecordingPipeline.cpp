@@ -27,7 +27,7 @@ GstElement* MakeElements(int width, int height, std::string& error) {
         std::to_string(EvenSide(width)) + ",height=" + std::to_string(EvenSide(height)) +
         " ! x264enc speed-preset=superfast tune=zerolatency pass=qual quantizer=20 key-int-max=60 "
         "! h264parse ! queue max-size-buffers=0 max-size-time=0 max-size-bytes=67108864 "
-        "! matroskamux name=mux ! filesink name=file "
+        "! matroskamux name=mux ! filesink name=file buffer-mode=unbuffered "
         "appsrc name=sounds format=time block=false max-buffers=0 max-bytes=0 "
         "caps=audio/x-raw,format=S16LE,rate=48000,channels=2,layout=interleaved "
         "! opusenc bitrate=128000 ! queue max-size-buffers=0 max-size-time=0 max-size-bytes=67108864 ! mux.";

@@ -12,10 +12,10 @@ TARGETS = ("faults_sdpabort",)
 
 def run(context) -> Result:
     result = Result()
-    count = 500 if context.short else 10_000
+    count = 300 if context.short else 10_000
     program = context.start("answers", [context.bin / "faults_sdpabort", "--count", count, "--keep", context.directory],
                             context.namespace("answers"))
-    code = program.wait(within=60 if context.short else 1800)
+    code = program.wait(within=240 if context.short else 3600)
     if code != 0:
         result.fails(f"the program ended with {code}")
         return result
