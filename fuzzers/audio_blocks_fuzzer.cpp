@@ -226,8 +226,7 @@ private:
     void Expect(const std::vector<StereoFrame>& frames) {
         if (shared && !shared->videoReceived) return;
         Heard().Write(frames);
-        // A block beyond the ring is counted, not kept: positions say nothing about time until all is
-        // forgotten.
+        // A block beyond the ring is counted, not kept: what was heard before lies elsewhere now.
         if (frames.size() > kRingFrames) listening.clear();
     }
 
@@ -289,7 +288,8 @@ private:
         Require(position >= 0, "a block is received sound, on the grid");
 
         const auto last = listening.find(consumer);
-        if (last != listening.end()) CheckProgress(last->second, position);
+        // Where a block was counted but not kept, old sound stays, and its numbers may stand in two places.
+        if (last != listening.end() && !Heard().gaps) CheckProgress(last->second, position);
         listening[consumer] = {position, nowUs};
     }
 
