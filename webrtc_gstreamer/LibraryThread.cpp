@@ -1,6 +1,7 @@
 #include "webrtc_gstreamer/LibraryThread.h"
 
 #include <pthread.h>
+#include <sched.h>
 
 #include <chrono>
 #include <cstdlib>
@@ -79,6 +80,12 @@ bool StartLibraryThread(const char* name, std::function<void()> run) {
         return false;
     }
     return true;
+}
+
+bool RunWhenDue() {
+    sched_param parameters{};
+    parameters.sched_priority = sched_get_priority_min(SCHED_RR);
+    return pthread_setschedparam(pthread_self(), SCHED_RR, &parameters) == 0;
 }
 
 std::int64_t LivingThreads() {

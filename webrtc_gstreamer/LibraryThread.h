@@ -8,6 +8,10 @@ namespace webrtc_gstreamer {
 // that what it owns may end on any thread, itself included.
 bool StartLibraryThread(const char* name, std::function<void()> run);
 
+// Lets the calling thread run as soon as it is due, before all ordinary threads of the machine. For short
+// work at fixed times only. False when the system does not permit it; the thread then takes its turn.
+bool RunWhenDue();
+
 // Between a peer connection's release and the end of its engine. The process' normal exit waits a few seconds
 // for those that are under way, so that none is cut down in the middle of GStreamer.
 void BeginEnding();

@@ -46,6 +46,8 @@ bool PlayoutClock::State::WaitForTick(PlayoutSchedule& schedule,
 }
 
 void PlayoutClock::State::Run() {
+    // A block that comes some tens of milliseconds late may cost a consumer a resynchronisation.
+    RunWhenDue();
     std::vector<std::shared_ptr<Player>> toCall;
     PlayoutSchedule schedule;
     schedule.Begin(Clock::now());

@@ -1,49 +1,28 @@
-// What the first peer connection of a process would otherwise wait for is prepared when the library is
-// loaded: a host loads its plug-ins long before its operator turns to a phone.
-#include <openssl/crypto.h>
+#include "webrtc_gstreamer/WarmUp.h"
 
-#include <chrono>
+#include <dlfcn.h>
+#include <link.h>
+#include <openssl/crypto.h>
+#include <pthread.h>
+
 #include <cstdlib>
-#include <functional>
+#include <string_view>
+#include <system_error>
+#include <thread>
 #include <utility>
 
 #include "support/annotated_mutex.h"
-#include "support/scope_guard.h"
 #include "webrtc_gstreamer/Engine.h"
-#include "webrtc_gstreamer/LibraryThread.h"
 
 namespace webrtc_gstreamer {
 namespace {
 
-// It only computes and reads files, so that it ends by itself; this is for a machine that hardly runs.
-constexpr auto kLongestExit = std::chrono::seconds(60);
-
 // Outlives every static object, since the process' exit waits for it.
 struct WarmUp {
     support::Mutex mutex;
-    support::Condition changed;
-    int running GUARDED_BY(mutex) = 0;
-
-    void Change(int by) {
-        const support::MutexLock lock(mutex);
-        running += by;
-        changed.NotifyAll();
-    }
-    void AwaitEnd() {
-        const auto deadline = std::chrono::steady_clock::now() + kLongestExit;
-        const support::MutexLock lock(mutex);
-        while (running > 0) {
-            if (!changed.WaitUntil(mutex, deadline)) return;
-        }
-    }
-    void Start(const char* name, std::function<void()> run) {
-        Change(1);
-        const bool started = StartLibraryThread(name, [this, run = std::move(run)] {
-            const support::ScopeGuard finish([this] { Change(-1); });
-            run();
-        });
-        if (!started) Change(-1);
-    }
+    std::thread key GUARDED_BY(mutex);
+    std::thread load GUARDED_BY(mutex);
+    bool begun GUARDED_BY(mutex) = false;
 };
 
 WarmUp& TheWarmUp() {
@@ -51,20 +30,68 @@ WarmUp& TheWarmUp() {
     return warmUp;
 }
 
-bool Begin() {
-    // OpenSSL must not clean up under a thread that makes a key: what is registered later runs earlier.
-    OPENSSL_init_crypto(0, nullptr);
-    if (std::atexit([] { TheWarmUp().AwaitEnd(); }) != 0) return false;
-    TheWarmUp().Start("vo-warm-up", [] {
-        if (!EnsureEngine()) return;
-        // At the same time, since the key takes longer than all the rest.
-        TheWarmUp().Start("vo-load", LoadElements);
-        MakeKey();
-    });
-    return true;
+template <class Work>
+std::thread StartNamed(const char* name, Work work) {
+    try {
+        return std::thread([name, work] {
+            pthread_setname_np(pthread_self(), name);
+            work();
+        });
+    } catch (const std::system_error&) {
+        return {};  // what is not prepared is made when it is needed
+    }
 }
 
-[[maybe_unused]] const bool begun = Begin();
+// A program that names this library among those that it needs has it loaded before its own start, and what is
+// registered for the exit then runs only when the loader has already taken the libraries down: too late to
+// wait for a thread that loads some.
+bool LoadedWithTheProgram() {
+    Dl_info own{};
+    if (dladdr(reinterpret_cast<const void*>(&LoadedWithTheProgram), &own) == 0) return true;
+    std::string_view ownName = own.dli_fname;
+    ownName.remove_prefix(ownName.rfind('/') + 1);
+    const link_map* const program = _r_debug.r_map;  // the first one is the program
+    const char* texts = nullptr;
+    for (const ElfW(Dyn)* entry = program->l_ld; entry->d_tag != DT_NULL; ++entry) {
+        if (entry->d_tag == DT_STRTAB) texts = reinterpret_cast<const char*>(entry->d_un.d_ptr);
+    }
+    if (texts == nullptr) return true;
+    for (const ElfW(Dyn)* entry = program->l_ld; entry->d_tag != DT_NULL; ++entry) {
+        if (entry->d_tag == DT_NEEDED && ownName == texts + entry->d_un.d_val) return true;
+    }
+    return false;
+}
+
+// A host loads its plug-ins long before its operator turns to a phone.
+[[maybe_unused]] const bool begunWhenLoaded = [] {
+    if (LoadedWithTheProgram()) return false;
+    BeginWarmUp();
+    return true;
+}();
 
 }  // namespace
+
+void BeginWarmUp() {
+    WarmUp& warmUp = TheWarmUp();
+    const support::MutexLock lock(warmUp.mutex);
+    if (std::exchange(warmUp.begun, true)) return;
+    // OpenSSL must not clean up under a thread that makes a key: what is registered later runs earlier.
+    OPENSSL_init_crypto(0, nullptr);
+    if (std::atexit(AwaitWarmUp) != 0) return;
+    // At the same time, since the key takes longer than all the rest.
+    warmUp.load = StartNamed("vo-load", [] {
+        if (EnsureEngine()) LoadElements();
+    });
+    warmUp.key = StartNamed("vo-warm-up", [] {
+        if (EnsureEngine()) MakeKey();
+    });
+}
+
+void AwaitWarmUp() {
+    WarmUp& warmUp = TheWarmUp();
+    const support::MutexLock lock(warmUp.mutex);
+    if (warmUp.load.joinable()) warmUp.load.join();
+    if (warmUp.key.joinable()) warmUp.key.join();
+}
+
 }  // namespace webrtc_gstreamer

@@ -4,6 +4,7 @@
 #include "webrtc_gstreamer/IceCandidateBody.h"
 #include "webrtc_gstreamer/PeerConnection.h"
 #include "webrtc_gstreamer/TrackBodies.h"
+#include "webrtc_gstreamer/WarmUp.h"
 
 namespace {
 
@@ -70,6 +71,7 @@ voPointer<voCustomAudioDevice> voCustomAudioDevice::Create() {
 
 voPointer<voPeerConnectionFactoryInterface> voPeerConnectionFactoryInterface::Create(
     voPointer<voCustomAudioDevice> audioDevice) {
+    webrtc_gstreamer::BeginWarmUp();
     if (!webrtc_gstreamer::EnsureEngine()) return nullptr;
     if (!audioDevice) audioDevice = voCustomAudioDevice::Create();
     return MakeObject<voPeerConnectionFactoryInterface, FactoryBody>(

@@ -14,7 +14,6 @@
 #include "tests/contract/webrtc/Call.h"
 #include "tests/contract/webrtc/LeakCounts.h"
 #include "tests/fakes/TestMain.h"
-#include "webrtc_gstreamer/LivingObjects.h"
 
 namespace contract {
 namespace {
@@ -89,7 +88,6 @@ TEST(LoopbackOnlyServers, UnreachableOnesHoldUpNothing) {
 }  // namespace contract
 
 int main(int argc, char** argv) {
-    webrtc_gstreamer::WaitUntilIdle(10'000);  // what it does when loaded
     contract::EnterOwnNetwork();
     return tests::RunAllTests(argc, argv, contract::LeakCounts());
 }

@@ -1,7 +1,10 @@
 // The library calls back on threads of its own, whoever's call it was that led to it.
 #include <gtest/gtest.h>
+#include <pthread.h>
+#include <sched.h>
 
 #include <stdexcept>
+#include <string>
 #include <thread>
 
 #include "tests/contract/webrtc/Call.h"
@@ -97,6 +100,38 @@ TEST_F(Threads, OfTheLogAreTheLibrarysAlsoWhenTheCallerMeetsAFault) {
     EXPECT_TRUE(called.WaitUntil([](const auto& all) { return !all.empty(); }));
     voDebug::SetLogging(nullptr, voDebug::LogLevel::None);
     ExpectNoneOnTheCallersThread();
+}
+
+int PolicyOfThisThread() {
+    int policy = -1;
+    sched_param parameters{};
+    pthread_getschedparam(pthread_self(), &policy, &parameters);
+    return policy;
+}
+
+bool MayPutThreadsFirst() {
+    bool may = false;
+    std::thread([&may] {
+        sched_param parameters{};
+        parameters.sched_priority = sched_get_priority_min(SCHED_RR);
+        may = pthread_setschedparam(pthread_self(), SCHED_RR, &parameters) == 0;
+    }).join();
+    return may;
+}
+
+TEST_F(Threads, TheOneOfTheSoundRunsWhenItIsDueWhereTheSystemPermitsIt) {
+    Call call;
+    call.Connect();
+    const auto stream = call.WaitForStream();
+    ASSERT_TRUE(stream);
+    const voPointer<voAudioTrackInterface::Sink> sound(new AudioSink(
+        [this](const voAudioData&) { called.Add("policy", std::to_string(PolicyOfThisThread())); }));
+    stream->AudioTrack(0)->AddSink(sound);
+    const auto policy = called.WaitFor("policy");
+    stream->AudioTrack(0)->RemoveSink(sound);
+    ASSERT_TRUE(policy);
+    EXPECT_EQ(policy->text, std::to_string(MayPutThreadsFirst() ? SCHED_RR : SCHED_OTHER));
+    call.Release();
 }
 
 }  // namespace

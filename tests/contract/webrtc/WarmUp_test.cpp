@@ -4,24 +4,38 @@
 
 #include <cstdlib>
 
-#include "webrtc_gstreamer/LivingObjects.h"
+#include "webrtc/voPeerConnectionFactoryInterface.h"
+#include "webrtc_gstreamer/WarmUp.h"
 
 namespace {
+
+// With the first one the warming up begins, unless a host has loaded the library as part of a plug-in.
+void MakeFactory() {
+    using namespace vo_webrtc;
+    EXPECT_TRUE(voPeerConnectionFactoryInterface::Create(voCustomAudioDevice::Create()));
+}
 
 // A process that ends while its library is still warming up.
 TEST(WarmUpDeathTest, SurvivesAnExitMeanwhile) {
     testing::GTEST_FLAG(death_test_style) = "threadsafe";
-    EXPECT_EXIT(std::exit(0), testing::ExitedWithCode(0), "^$");
+    EXPECT_EXIT(
+        {
+            MakeFactory();
+            std::exit(0);
+        },
+        testing::ExitedWithCode(0), "^$");
 }
 
 TEST(WarmUp, MakesTheKey) {
-    ASSERT_TRUE(webrtc_gstreamer::WaitUntilIdle(30'000));
+    MakeFactory();
+    webrtc_gstreamer::AwaitWarmUp();
     // GStreamer knows this class only once it has a certificate, which comes with the key.
     EXPECT_NE(g_type_from_name("GstDtlsCertificate"), G_TYPE_INVALID);
 }
 
 TEST(WarmUp, LoadsWhatAStreamPassesThrough) {
-    ASSERT_TRUE(webrtc_gstreamer::WaitUntilIdle(30'000));
+    MakeFactory();
+    webrtc_gstreamer::AwaitWarmUp();
     for (const char* name : {"webrtc", "rtpmanager", "dtls", "srtp", "nice", "rtp", "videoparsersbad",
                              "libav", "opus", "audioconvert", "audioresample", "app"}) {
         GstPlugin* plugin = gst_registry_find_plugin(gst_registry_get(), name);

@@ -7,7 +7,7 @@
 #include "host_runtime/sources/SteadyClock.h"
 #include "tests/e2e/host/HostHarness.h"
 #include "tests/e2e/host/SimulatedPhone.h"
-#include "webrtc_gstreamer/LivingObjects.h"
+#include "webrtc_gstreamer/WarmUp.h"
 
 namespace e2e {
 namespace {
@@ -20,7 +20,8 @@ TEST(FirstPicture, ComesWithin600MsOfActivation) {
     SimulatedPhone phone("127.0.10.20", {"--size", "1280x720"});
     HostHarness harness({60, 1});
     // A host is started some time before a phone is switched on.
-    webrtc_gstreamer::WaitUntilIdle(30'000);
+    webrtc_gstreamer::BeginWarmUp();
+    webrtc_gstreamer::AwaitWarmUp();
     std::vector<std::int64_t> timesMs;
     for (int activation = 0; activation < kActivations; ++activation) {
         const std::int64_t begunUs = host_runtime::SteadyNowUs();
