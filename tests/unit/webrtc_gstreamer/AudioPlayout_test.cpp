@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdlib>
@@ -158,7 +159,14 @@ TEST(AudioPlayout, WhatCameBeforeItBeginsIsLeftOut) {
 
 TEST(AudioPlayout, MoreThanItHoldsKeepsTheNewest) {
     AudioPlayout playout;
-    playout.Write(std::vector<Frame>(100'000, Frame{5, 5}));
+    std::vector<Frame> frames(100'000, Frame{5, 5});
+    std::fill(frames.end() - AudioPlayout::kCapacityFrames, frames.end(), Frame{1000, 1000});
+    playout.Write(frames);
+    EXPECT_EQ(playout.StoredFrames(), AudioPlayout::kCapacityFrames);
+    Block block;
+    playout.Read(block);
+    EXPECT_EQ(block[479].left, 1000);
+    playout.Write(frames);
     EXPECT_EQ(playout.StoredFrames(), AudioPlayout::kCapacityFrames);
     playout.Write(std::vector<Frame>(100, Frame{6, 6}));
     EXPECT_EQ(playout.StoredFrames(), AudioPlayout::kCapacityFrames);
