@@ -75,8 +75,9 @@ void BeginWarmUp() {
     WarmUp& warmUp = TheWarmUp();
     const support::MutexLock lock(warmUp.mutex);
     if (std::exchange(warmUp.begun, true)) return;
-    // OpenSSL must not clean up under a thread that makes a key: what is registered later runs earlier.
-    OPENSSL_init_crypto(0, nullptr);
+    // OpenSSL must not clean up under a thread that makes a key: what is registered later runs earlier. It
+    // registers its own with the first thing that it is asked to prepare; asked for nothing, it does nothing.
+    OPENSSL_init_crypto(OPENSSL_INIT_LOAD_CRYPTO_STRINGS, nullptr);
     if (std::atexit(AwaitWarmUp) != 0) return;
     // At the same time, since the key takes longer than all the rest.
     warmUp.load = StartNamed("vo-load", [] {

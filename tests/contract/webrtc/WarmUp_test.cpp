@@ -1,8 +1,12 @@
 // What is ready before the first peer connection asks for it.
 #include <gst/gst.h>
 #include <gtest/gtest.h>
+#include <openssl/crypto.h>
 
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
 
 #include "webrtc/voPeerConnectionFactoryInterface.h"
 #include "webrtc_gstreamer/WarmUp.h"
@@ -22,6 +26,30 @@ TEST(WarmUpDeathTest, SurvivesAnExitMeanwhile) {
         {
             MakeFactory();
             std::exit(0);
+        },
+        testing::ExitedWithCode(0), "^$");
+}
+
+bool TheKeyIsBeingMade() {
+    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::ifstream comm(task.path() / "comm");
+        std::string name;
+        if (std::getline(comm, name) && name == "vo-warm-up") return true;
+    }
+    return false;
+}
+
+// Whenever the process' exit comes: nobody may be at work in OpenSSL once it cleans up.
+TEST(WarmUpDeathTest, OpenSslCleansUpAfterTheKeyIsMade) {
+    testing::GTEST_FLAG(death_test_style) = "threadsafe";
+    EXPECT_EXIT(
+        {
+            MakeFactory();
+            OPENSSL_init_crypto(OPENSSL_INIT_LOAD_CRYPTO_STRINGS, nullptr);
+            OPENSSL_atexit([] {
+                if (TheKeyIsBeingMade()) std::_Exit(3);
+            });
+            std::exit(TheKeyIsBeingMade() ? 0 : 4);  // or there was nothing to wait for
         },
         testing::ExitedWithCode(0), "^$");
 }
