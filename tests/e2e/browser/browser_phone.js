@@ -11,8 +11,8 @@ const fs = require('node:fs');
 const http = require('node:http');
 const path = require('node:path');
 const { parseArgs } = require('node:util');
-const { chromium } = require('playwright-core');
 const { WebSocketServer } = require('ws');
+const { launchChromium } = require('./chromium.js');
 
 const kPort = 9001;
 const kIdentifier = 'browser-phone';
@@ -53,32 +53,6 @@ function servePage() {
     });
     return new Promise((resolve) => {
         server.listen(0, '127.0.0.1', () => resolve(server));
-    });
-}
-
-function launchChromium(options) {
-    return chromium.launch({
-        executablePath: options.chromium,
-        headless: true,
-        chromiumSandbox: false,
-        handleSIGINT: false,
-        handleSIGTERM: false,
-        handleSIGHUP: false,
-        args: [
-            '--use-fake-ui-for-media-stream',
-            '--use-fake-device-for-media-stream',
-            `--use-file-for-fake-video-capture=${path.resolve(options.video)}`,
-            `--use-file-for-fake-audio-capture=${path.resolve(options.audio)}`,
-            '--allow-loopback-in-peer-connection',
-            '--disable-gpu',
-            '--disable-quic',
-            '--no-first-run',
-            '--disable-background-networking',
-            '--disable-component-update',
-            '--disable-sync',
-            '--disable-domain-reliability',
-            '--no-pings',
-        ],
     });
 }
 
