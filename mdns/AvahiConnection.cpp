@@ -22,6 +22,12 @@ AvahiConnection::~AvahiConnection() {
     avahi_threaded_poll_free(thread);
 }
 
+void AvahiConnection::Run(const std::function<void(AvahiClient* client)>& job) {
+    avahi_threaded_poll_lock(thread);
+    job(up ? client : nullptr);
+    avahi_threaded_poll_unlock(thread);
+}
+
 void AvahiConnection::BeginAnew(const std::string& reason) {
     TellOutage(reason);
     OpenLater(kRetryMs);

@@ -45,6 +45,10 @@ public:
     AvahiConnection(const AvahiConnection&) = delete;
     AvahiConnection& operator=(const AvahiConnection&) = delete;
 
+    // [any-thread] but Avahi's. Runs a job as a handler is run, before this returns: with the client of the
+    // last onUp, or null when there is none. Waits while the daemon is slow to answer.
+    void Run(const std::function<void(AvahiClient* client)>& job);
+
     // From a handler: an object made with the client has failed, so everything begins anew a little later.
     void BeginAnew(const std::string& reason);
 

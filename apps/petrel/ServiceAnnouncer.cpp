@@ -106,14 +106,16 @@ private:
     }
 
     mdns::AvahiConnection& connection;
-    const AnnouncedPhone& phone;
+    const AnnouncedPhone phone;
     std::string serviceName;
     std::string hostName;  // empty: the machine's own
     int renamings = 0;
     AvahiEntryGroup* group = nullptr;
 };
 
-ServiceAnnouncer::ServiceAnnouncer(std::vector<AnnouncedPhone> phones) : announced(std::move(phones)) {
+ServiceAnnouncer::ServiceAnnouncer(const std::vector<AnnouncedPhone>& phones) {
+    for (const AnnouncedPhone& phone : phones)
+        announced.emplace(phone.address, phone);
     mdns::AvahiHandlers handlers;
     handlers.onUp = [this](mdns::AvahiConnection& daemon, AvahiClient& client) { OnUp(daemon, client); };
     handlers.onDown = [this] { OnDown(); };
@@ -128,9 +130,25 @@ ServiceAnnouncer::~ServiceAnnouncer() {
     connection.reset();
 }
 
+void ServiceAnnouncer::Add(const AnnouncedPhone& phone) {
+    connection->Run([this, &phone](AvahiClient* client) {
+        announced.insert_or_assign(phone.address, phone);
+        announcements.erase(phone.address);
+        if (client == nullptr) return;
+        announcements.emplace(phone.address, std::make_unique<Announcement>(*connection, *client, phone));
+    });
+}
+
+void ServiceAnnouncer::Remove(const std::string& address) {
+    connection->Run([this, &address](AvahiClient*) {
+        announced.erase(address);
+        announcements.erase(address);
+    });
+}
+
 void ServiceAnnouncer::OnUp(mdns::AvahiConnection& daemon, AvahiClient& client) {
-    for (const AnnouncedPhone& phone : announced)
-        announcements.push_back(std::make_unique<Announcement>(daemon, client, phone));
+    for (const auto& [address, phone] : announced)
+        announcements.emplace(address, std::make_unique<Announcement>(daemon, client, phone));
 }
 
 void ServiceAnnouncer::OnDown() {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -20,10 +21,15 @@ struct AnnouncedPhone {
 
 class ServiceAnnouncer {
 public:
-    explicit ServiceAnnouncer(std::vector<AnnouncedPhone> phones);
+    explicit ServiceAnnouncer(const std::vector<AnnouncedPhone>& phones);
     ~ServiceAnnouncer();  // says goodbye for them
     ServiceAnnouncer(const ServiceAnnouncer&) = delete;
     ServiceAnnouncer& operator=(const ServiceAnnouncer&) = delete;
+
+    // [any-thread] One for each address; one more replaces the one before. Both wait while the daemon is
+    // slow.
+    void Add(const AnnouncedPhone& phone);
+    void Remove(const std::string& address);
 
 private:
     class Announcement;
@@ -32,8 +38,9 @@ private:
     void OnUp(mdns::AvahiConnection& daemon, AvahiClient& client);
     void OnDown();
 
-    const std::vector<AnnouncedPhone> announced;
-    std::vector<std::unique_ptr<Announcement>> announcements;
+    // On Avahi's thread, or while it is kept waiting. By address.
+    std::map<std::string, AnnouncedPhone> announced;
+    std::map<std::string, std::unique_ptr<Announcement>> announcements;
     std::unique_ptr<mdns::AvahiConnection> connection;
 };
 

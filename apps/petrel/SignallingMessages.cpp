@@ -80,7 +80,7 @@ std::string Write(const json& object) {
 }
 
 IncomingMessage ReadAction(const std::string& action, Reader& reader) {
-    if (action == "joinMaster") return JoinMaster{reader.Text("sessionGuid")};
+    if (action == "joinMaster") return JoinMaster{reader.Text("sessionGuid"), reader.Text("username")};
     if (action == "masterMadeOffer") {
         MasterMadeOffer offer{reader.Text("peersIdentifier"), reader.Text("sdp")};
         const std::string type = reader.Text("type");
@@ -129,6 +129,11 @@ std::string GotAnswerMessage(const std::string& peersIdentifier, const std::stri
                   {"sessionGuid", sessionGuid},
                   {"sdp", sdp},
                   {"type", "answer"}});
+}
+
+std::string JoinAcceptedMessage() {
+    return Write(
+        {{"action", "joinMasterResponse"}, {"chatUrl", ""}, {"iceServers", json::array()}, {"result", "OK"}});
 }
 
 std::string IceMessage(const std::string& peersIdentifier, const std::string& sessionGuid,

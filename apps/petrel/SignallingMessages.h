@@ -9,6 +9,7 @@ namespace petrel {
 
 struct JoinMaster {
     std::string sessionGuid;
+    std::string userName;  // of the client; may be empty
 };
 
 struct MasterMadeOffer {
@@ -51,6 +52,8 @@ std::string PeerJoinedMessage(const std::string& userName, const std::string& pe
                               const std::string& sessionGuid);
 std::string GotAnswerMessage(const std::string& peersIdentifier, const std::string& sessionGuid,
                              const std::string& sdp);
+// Ends the client's waiting for ICE servers, of which there are none: in one network, none are needed.
+std::string JoinAcceptedMessage();
 // The line index goes out as a number, although it comes in as a text.
 std::string IceMessage(const std::string& peersIdentifier, const std::string& sessionGuid,
                        const std::string& candidate, const std::string& mid, int lineIndex);

@@ -116,9 +116,11 @@ CommandLine ReadCommandLine(int argc, const char* const* argv) {
         "--announce,!--no-announce", announce,
         "announce the phones to the network (default: those whose address is not a loopback one)");
     simulate->add_flag("--quiet", options.quiet, "say only what goes wrong");
+    const ServeCommandLine serve(program);
 
     try {
         program.parse(argc, argv);
+        if (!simulate->parsed()) return {std::nullopt, {}, 0, serve.Chosen()};
         options.addresses = AddressesFrom(listen, phones);
         if (options.addresses.empty()) {
             throw CLI::ValidationError("--listen", "not an IPv4 address with room for all phones");
@@ -134,9 +136,9 @@ CommandLine ReadCommandLine(int argc, const char* const* argv) {
     } catch (const CLI::ParseError& error) {
         std::ostringstream out;
         const int code = program.exit(error, out, out);
-        return {std::nullopt, out.str(), code == 0 ? 0 : kUsageError};
+        return {std::nullopt, out.str(), code == 0 ? 0 : kUsageError, {}};
     }
-    return {options, {}, 0};
+    return {options, {}, 0, {}};
 }
 
 std::vector<std::string> AddressesFrom(const std::string& first, int count) {

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "apps/petrel/serve/ServeOptions.h"
+
 namespace petrel {
 
 enum class VideoCodec { H264, Vp8, Vp9 };
@@ -27,11 +29,13 @@ struct SimulateOptions {
     bool quiet = false;
 };
 
-// Either options to run with, or a text to show (help, or what was wrong) and an exit code.
+// Either options to run with, of one of the commands, or a text to show (help, or what was wrong) and an exit
+// code.
 struct CommandLine {
     std::optional<SimulateOptions> options;
     std::string text;
     int exitCode = 0;
+    ServeCommandLine::Choice serve;  // one of the other commands, if any
 };
 
 CommandLine ReadCommandLine(int argc, const char* const* argv);

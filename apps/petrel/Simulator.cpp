@@ -52,7 +52,7 @@ std::unique_ptr<Simulator> Simulator::Start(const SimulateOptions& options, std:
         }
         simulator->phones.push_back(std::move(phone));
     }
-    if (!announced.empty()) simulator->announcer = std::make_unique<ServiceAnnouncer>(std::move(announced));
+    if (!announced.empty()) simulator->announcer = std::make_unique<ServiceAnnouncer>(announced);
     return simulator;
 }
 

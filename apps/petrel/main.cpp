@@ -9,6 +9,8 @@
 
 #include "apps/petrel/SimulateOptions.h"
 #include "apps/petrel/Simulator.h"
+#include "apps/petrel/serve/PhoneServer.h"
+#include "apps/petrel/serve/PhonesCommand.h"
 
 namespace {
 
@@ -61,10 +63,40 @@ int Simulate(const petrel::SimulateOptions& options) {
     return 0;
 }
 
+// Nothing here uses GStreamer: media flow between the phones' browsers and the hosts.
+int Serve(const petrel::ServeOptions& options) {
+    SetUpLog(options.quiet);
+    const sigset_t signals = BlockSignals();
+    std::string error;
+    const auto server = petrel::PhoneServer::Start(options, error);
+    if (server == nullptr) {
+        spdlog::error(error);
+        return kCannotStart;
+    }
+    int received = 0;
+    while (sigwait(&signals, &received) == 0) {
+        if (received == SIGINT || received == SIGTERM) break;
+    }
+    spdlog::info("ending");
+    return 0;
+}
+
+int RunOther(const petrel::ServeCommandLine::Choice& choice) {
+    if (const auto* const serve = std::get_if<petrel::ServeOptions>(&choice)) {
+        const int exitCode = Serve(*serve);
+        spdlog::shutdown();
+        return exitCode;
+    }
+    if (const auto* const phones = std::get_if<petrel::PhonesOptions>(&choice))
+        return petrel::ListPhones(*phones);
+    return petrel::RevokePhone(std::get<petrel::RevokeOptions>(choice));
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     const petrel::CommandLine commandLine = petrel::ReadCommandLine(argc, argv);
+    if (commandLine.serve.index() != 0) return RunOther(commandLine.serve);
     if (!commandLine.options) {
         (commandLine.exitCode == 0 ? std::cout : std::cerr) << commandLine.text;
         return commandLine.exitCode;

@@ -1,0 +1,113 @@
+// What changes around the running server, and what it tells the operator.
+#include <fmt/format.h>
+#include <spdlog/spdlog.h>
+#include <unistd.h>
+
+#include <ctime>
+#include <iostream>
+#include <utility>
+
+#include "apps/petrel/serve/PhoneServer.h"
+#include "apps/petrel/serve/QrPicture.h"
+
+namespace petrel {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::seconds kLookPeriod{3};
+constexpr std::chrono::hours kCertificateCheckPeriod{1};
+
+bool IsEveryAddress(const std::string& address) {
+    return address == "0.0.0.0" || address == "::";
+}
+
+}  // namespace
+
+std::optional<KeyAndCertificate> PhoneServer::CertificateFor(const MachineNames& now, std::string& error) {
+    if (givenCertificate) return givenCertificate;
+    return certificates->ForMachine(now, std::time(nullptr), error);
+}
+
+MachineNames PhoneServer::KnownNames() const {
+    MachineNames names = machine;
+    if (!givenCertificate) return names;
+    for (std::string& name : NamesInCertificate(givenCertificate->certificate).names)
+        if (!name.empty()) names.names.push_back(std::move(name));
+    return names;
+}
+
+std::vector<std::string> PhoneServer::Urls() const {
+    std::vector<std::string> hosts;
+    if (givenCertificate) {
+        for (const std::string& name : NamesInCertificate(givenCertificate->certificate).names)
+            if (!name.empty() && name != "localhost") hosts.push_back(name);
+    }
+    if (!IsEveryAddress(options.address)) {
+        hosts.push_back(InUrl(options.address));
+    } else {
+        for (const std::string& address : NetworkAddresses())
+            hosts.push_back(address);
+    }
+    if (hosts.empty()) hosts.emplace_back("127.0.0.1");
+    std::vector<std::string> urls;
+    for (const std::string& host : hosts)
+        urls.push_back(fmt::format("https://{}:{}/", host, https->Port()));
+    return urls;
+}
+
+void PhoneServer::OnTick() {
+    hub->Tick();
+    refusals.Tick(Clock::now());
+    if (Clock::now() < nextLook) return;
+    nextLook = Clock::now() + kLookPeriod;
+    LookAround();
+}
+
+void PhoneServer::LookAround() {
+    MachineNames now = NamesOfThisMachine();
+    const bool changed = now != machine;
+    if (!changed && Clock::now() < nextCertificateCheck) return;
+    nextCertificateCheck = Clock::now() + kCertificateCheckPeriod;
+    std::string error;
+    const std::optional<KeyAndCertificate> certificate = CertificateFor(now, error);
+    if (!certificate) {
+        spdlog::error("{} The certificate stays as it is.", error);
+    } else if (!https->Replace({certificate->certificate, certificate->key})) {
+        spdlog::error("The new certificate cannot be used; the old one stays.");
+    }
+    if (!changed) return;
+    machine = std::move(now);
+    {
+        const support::MutexLock lock(mutex);
+        namesForRedirects = KnownNames();
+    }
+    const std::vector<std::string> before = hub->Reached().urls;
+    hub->SetReachability({KnownNames(), Urls()});
+    if (hub->Reached().urls == before) return;
+    spdlog::info("the machine's addresses have changed: phones come to {}", hub->Reached().urls.front());
+    if (!options.quiet) PrintCode();
+}
+
+void PhoneServer::PrintStart() const {
+    std::cout << "Phones open this page:\n";
+    for (const std::string& url : hub->Reached().urls)
+        std::cout << "  " << url << "\n";
+    PrintCode();
+    const std::string own = IsEveryAddress(options.address) ? "127.0.0.1" : InUrl(options.address);
+    std::cout << fmt::format("Operator's page: https://{}:{}/operator\n", own, https->Port())
+              << "  (on other screens with ?operatorToken= and what is in " << operatorTokenFile << ")\n"
+              << std::flush;
+    if (certificates)
+        std::cout << "Fingerprint of this machine's authority (SHA-256): "
+                  << FingerprintOf(certificates->Authority()) << "\n"
+                  << std::flush;
+}
+
+void PhoneServer::PrintCode() const {
+    std::cout << "Code for the next phone: " << hub->Code() << "  " << hub->PairingUrl() << "\n";
+    if (isatty(STDOUT_FILENO) != 0) std::cout << QrAsTerminalText(hub->PairingUrl());
+    std::cout << std::flush;
+}
+
+}  // namespace petrel
