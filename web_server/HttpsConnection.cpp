@@ -33,6 +33,7 @@ constexpr unsigned char kTlsHandshakeRecord = 0x16;  // RFC 8446 section 5.1
 constexpr std::size_t kReadBytes = 4096;
 constexpr std::size_t kMaximumTargetBytes = 4096;
 constexpr std::chrono::milliseconds kClosingLimit{1000};
+constexpr std::size_t kMostDiscarded = std::size_t{1} << 20;
 // A phone that left the network without a word: how long what was sent may stay unacknowledged.
 constexpr unsigned kUnacknowledgedLimitMs = 15000;
 constexpr std::string_view kKeepAlive = ":\n\n";
@@ -431,9 +432,10 @@ private:
     void Discard() {
         incoming.clear();
         Socket().async_read_some(incoming.prepare(kReadBytes),
-                                 [self = shared_from_this()](const error_code& error, std::size_t) {
+                                 [self = shared_from_this()](const error_code& error, std::size_t count) {
                                      if (self->gone) return;
-                                     if (error) {
+                                     self->discarded += count;
+                                     if (error || self->discarded > kMostDiscarded) {
                                          self->Drop();
                                      } else {
                                          self->Discard();
@@ -456,6 +458,7 @@ private:
     std::function<void()> onStreamEnd;
     std::atomic<bool> silent{false};  // the stream was ended here: its end is not told
     std::atomic<bool> gone{false};
+    std::size_t discarded = 0;
     bool keepsOpen = false;
     bool isHead = false;
     bool overdue = false;
