@@ -2,6 +2,7 @@
 
 #include <spdlog/spdlog.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "apps/petrel/serve/Certificates.h"
@@ -16,6 +17,7 @@ using web_server::HttpAnswer;
 using web_server::HttpRequest;
 using web_server::Refused;
 
+constexpr std::chrono::seconds kTouchPeriod{60};
 constexpr std::size_t kBodyBytes = std::size_t{16} << 10;
 constexpr std::size_t kDescriptionBytes = std::size_t{256} << 10;
 
@@ -50,7 +52,8 @@ Hub::Hub(HubSettings toUse, HubSurroundings toLiveIn, PhoneBook paired)
       surroundings(std::move(toLiveIn)),
       addresses(settings.phoneAddresses),
       book(std::move(paired)),
-      code(surroundings.live.now()) {
+      code(surroundings.live.now()),
+      nextTouch(surroundings.live.now() + kTouchPeriod) {
     std::string error;
     if (!book.Update([this](std::vector<PairedPhone>& phones) { addresses.Assign(phones); }, error))
         spdlog::warn(error);
@@ -147,6 +150,7 @@ HttpAnswer Hub::AnswerForPhone(const HttpRequest& request, const PairedPhone& ph
 void Hub::Tick() {
     RefreshBook();
     CloseAbandoned();
+    TouchOpen();
     if (code.RenewWhenExpired(surroundings.live.now()) && surroundings.onNewCode) surroundings.onNewCode();
 }
 
@@ -191,19 +195,30 @@ void Hub::CloseLive(const std::string& identifier, const char* event) {
     if (surroundings.withdraw) surroundings.withdraw(phone->Identity().address);
     live.erase(found);
     states.erase(identifier);
-    Touch(identifier);
+    Touch({identifier});
 }
 
-void Hub::Touch(const std::string& identifier) {
+void Hub::Touch(const std::vector<std::string>& identifiers) {
     std::string error;
     const std::int64_t now = surroundings.calendarTime();
     const bool written = book.Update(
-        [&identifier, now](std::vector<PairedPhone>& phones) {
-            for (PairedPhone& phone : phones)
-                if (phone.identifier == identifier) phone.lastSeen = now;
+        [&identifiers, now](std::vector<PairedPhone>& phones) {
+            for (PairedPhone& phone : phones) {
+                if (std::find(identifiers.begin(), identifiers.end(), phone.identifier) != identifiers.end())
+                    phone.lastSeen = now;
+            }
         },
         error);
     if (!written) spdlog::warn(error);
+}
+
+void Hub::TouchOpen() {
+    if (surroundings.live.now() < nextTouch) return;
+    nextTouch = surroundings.live.now() + kTouchPeriod;
+    std::vector<std::string> open;
+    for (const auto& [identifier, phone] : live)
+        if (phone->IsOpen()) open.push_back(identifier);
+    if (!open.empty()) Touch(open);
 }
 
 void Hub::NewCode() {

@@ -95,7 +95,8 @@ private:
     void CloseRevoked();
     void CloseAbandoned();
     void CloseLive(const std::string& identifier, const char* event);
-    void Touch(const std::string& identifier);  // it was seen
+    void Touch(const std::vector<std::string>& identifiers);  // they were seen
+    void TouchOpen();
     void NewCode();
 
     const HubSettings settings;
@@ -105,6 +106,7 @@ private:
     Reachability reachability;
     PairingCode code;
     GuessLimiter limiter;
+    Time nextTouch;
     std::map<std::string, std::shared_ptr<LivePhone>> live;  // by identifier
     std::map<std::string, std::string> states;               // JSON, by identifier
 };

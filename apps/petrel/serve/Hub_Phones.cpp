@@ -313,7 +313,7 @@ void Hub::OpenEvents(const Exchange& exchange, const PairedPhone& phone) {
             });
         });
     *number = open->Attach(stream, tab, EventNumber(request));
-    Touch(phone.identifier);
+    Touch({phone.identifier});
 }
 
 // Phones are revoked by name, so no two have the same.

@@ -54,8 +54,9 @@ std::unique_ptr<PhoneServer> PhoneServer::Start(const ServeOptions& options, std
         error = "Another petrel serve uses the state in " + folder->PathOf("").string() + ".";
         return nullptr;
     }
-    for (std::string (PhoneServer::*step)() : {&PhoneServer::ReadToken, &PhoneServer::ReadCertificates,
-                                               &PhoneServer::OpenHub, &PhoneServer::OpenServer}) {
+    for (std::string (PhoneServer::*step)() :
+         {&PhoneServer::CheckAddresses, &PhoneServer::ReadToken, &PhoneServer::ReadCertificates,
+          &PhoneServer::OpenHub, &PhoneServer::OpenServer}) {
         error = (*server.*step)();
         if (!error.empty()) return nullptr;
     }
@@ -84,6 +85,14 @@ PhoneServer::~PhoneServer() {
     hub.reset();
     announcing.Stop();
     announcer.reset();
+}
+
+std::string PhoneServer::CheckAddresses() {
+    for (const std::string& address : options.phoneAddresses) {
+        std::string problem = ProblemOfOwnAddress(address);
+        if (!problem.empty()) return problem;
+    }
+    return {};
 }
 
 std::string PhoneServer::ReadToken() {

@@ -33,6 +33,7 @@ private:
     PhoneServer(const ServeOptions& toUse, StateFolder toKeepIn);
 
     // Each returns a sentence when it failed.
+    std::string CheckAddresses();
     std::string ReadToken();
     std::string ReadCertificates();
     std::string OpenHub();

@@ -8,7 +8,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <climits>
+#include <cstring>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -105,6 +107,17 @@ std::vector<std::string> NetworkAddresses() {
     const auto preferred = std::find(found.begin(), found.end(), PreferredAddress());
     if (preferred != found.end()) std::rotate(found.begin(), preferred, preferred + 1);
     return found;
+}
+
+std::string ProblemOfOwnAddress(const std::string& ipv4Address) {
+    const int made = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (made < 0) return {};
+    const support::ScopeGuard closing([made] { close(made); });
+    sockaddr_in own{};
+    own.sin_family = AF_INET;
+    inet_pton(AF_INET, ipv4Address.c_str(), &own.sin_addr);
+    if (bind(made, reinterpret_cast<const sockaddr*>(&own), sizeof own) == 0) return {};
+    return "The address " + ipv4Address + " cannot be used: " + std::strerror(errno) + ".";
 }
 
 std::string HostOf(std::string_view hostAndPort) {

@@ -20,6 +20,9 @@ MachineNames NamesOfThisMachine();
 // networks first; empty when there are none.
 std::vector<std::string> NetworkAddresses();
 
+// Why this IPv4 address cannot be listened on, in a sentence; empty when it can.
+std::string ProblemOfOwnAddress(const std::string& ipv4Address);
+
 // Host name or address out of "name:port", "192.0.2.1:port", "[2001:db8::1]:port", in lower case, without
 // brackets and closing dot. Empty when it is none of these.
 std::string HostOf(std::string_view hostAndPort);

@@ -312,12 +312,21 @@ TEST_F(LivePhoneTest, TellsThePageThatTheServerEnds) {
 }
 
 TEST_F(LivePhoneTest, RemembersWhenItWasSeen) {
+    const auto lastSeen = [this] {
+        return json::parse(temporary.ReadState("phones.json"))["phones"][0]["lastSeen"];
+    };
     calendar += 1000;
     const auto page = OpenPage(cookie);
-    calendar += 1000;
+    EXPECT_EQ(lastSeen(), 1'800'001'000);
+    calendar += 500;
+    Advance(59s);
+    EXPECT_EQ(lastSeen(), 1'800'001'000);
+    Advance(1s);
+    EXPECT_EQ(lastSeen(), 1'800'001'500);  // once a minute while it is open
+    calendar += 500;
     LosePage(page);
     Advance(5s);
-    EXPECT_EQ(json::parse(temporary.ReadState("phones.json"))["phones"][0]["lastSeen"], 1'800'002'000);
+    EXPECT_EQ(lastSeen(), 1'800'002'000);
 }
 
 TEST_F(LivePhoneTest, OutlivesNonsenseFromHosts) {

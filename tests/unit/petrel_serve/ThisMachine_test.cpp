@@ -24,6 +24,12 @@ TEST(ThisMachine, OffersNoLoopbackAddressToPhones) {
     EXPECT_THAT(NetworkAddresses(), Each(Not(StartsWith("127."))));
 }
 
+TEST(ThisMachine, CanListenOnItsOwnAddressesOnly) {
+    EXPECT_EQ(ProblemOfOwnAddress("127.0.0.1"), "");
+    EXPECT_EQ(ProblemOfOwnAddress("192.0.2.1"),
+              "The address 192.0.2.1 cannot be used: Cannot assign requested address.");
+}
+
 TEST(HostOf, TakesThePortAway) {
     EXPECT_EQ(HostOf("Studio.LOCAL:9443"), "studio.local");
     EXPECT_EQ(HostOf("studio.local."), "studio.local");
