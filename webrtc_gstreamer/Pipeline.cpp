@@ -9,6 +9,8 @@
 #include "webrtc_gstreamer/Crossing.h"
 #include "webrtc_gstreamer/Engine.h"
 #include "webrtc_gstreamer/Log.h"
+#include "webrtc_gstreamer/LossRepair.h"
+#include "webrtc_gstreamer/PacketRequests.h"
 #include "webrtc_gstreamer/Promise.h"
 #include "webrtc_gstreamer/RelayRelease.h"
 
@@ -16,10 +18,7 @@ namespace webrtc_gstreamer {
 namespace {
 
 // Only the budget for repairing losses: a picture that arrives whole is not held back.
-constexpr unsigned int kJitterLatencyMs = 100;
-// Requests are lost like everything else: the budget holds several. The jitter buffer's own guess, 40 ms,
-// stays what it is when packets come again as they were, from which it learns no round trip.
-constexpr int kRequestAgainMs = 15;
+constexpr unsigned int kJitterLatencyMs = LossRepair::kBudgetUs / 1000;
 // A stream begins with so many packets in a row instead of waiting for that budget first, in case one that it
 // has not seen was overtaken. Key pictures take more, so that a picture loses no time.
 constexpr unsigned int kFirstPackets = 3;
@@ -31,9 +30,10 @@ constexpr guint64 kRtcpMinimumInterval = 30 * GST_MSECOND;
 // Between two connectivity checks; the shortest that RFC 8445, section 14.2 allows.
 constexpr unsigned int kIcePacingMs = 5;
 
-// For a stream of a bundle, webrtcbin's own handler, which ran before, has switched the requests off.
+// webrtcbin's own handler, which ran before, may have asked the jitter buffer for requests; not in a bundle.
 void OnNewJitterBuffer(GstElement*, GstElement* jitterBuffer, guint, guint, gpointer) {
-    g_object_set(jitterBuffer, "do-retransmission", TRUE, "rtx-retry-timeout", kRequestAgainMs, nullptr);
+    g_object_set(jitterBuffer, "do-retransmission", FALSE, nullptr);
+    RequestLostPackets(jitterBuffer);
 }
 
 void OnElementAdded(GstBin*, GstBin*, GstElement* element, gpointer) {

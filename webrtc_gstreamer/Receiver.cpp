@@ -235,9 +235,8 @@ ElementPointer JitterBufferBehind(GstPad* pad) {
 
 void ConnectSound(GstElement* bin, GstPad* pad, const std::shared_ptr<AudioTrack>& track) {
     ConnectSink(bin, OnSound, new AudioOutput(track));
-    // With retransmission, a packet that is merely late would be given up, though the playout could wait.
     if (const ElementPointer buffer = JitterBufferBehind(pad)) {
-        g_object_set(buffer.get(), "do-retransmission", FALSE, "latency", kSoundJitterLatencyMs, nullptr);
+        g_object_set(buffer.get(), "latency", kSoundJitterLatencyMs, nullptr);
     } else {
         LogWarning("the jitter buffer of a sound cannot be found");
     }

@@ -52,7 +52,7 @@ std::string VideoBranch(const TestPhone::Options& options, int payload) {
            ",framerate=" + std::to_string(options.framesPerSecond) + "/1 ! " + encoder +
            " pt=" + std::to_string(payload) +
            " ! application/x-rtp,media=video,encoding-name=" + options.codec +
-           ",payload=" + std::to_string(payload) + " ! queue ! phone.";
+           ",payload=" + std::to_string(payload) + " ! identity name=picture_packets ! queue ! phone.";
 }
 
 std::string AudioBranch(const TestPhone::Options& options, int payload) {
@@ -60,7 +60,7 @@ std::string AudioBranch(const TestPhone::Options& options, int payload) {
            std::to_string(options.toneHertz) +
            " ! audio/x-raw,rate=48000,channels=2 ! opusenc ! rtpopuspay pt=" + std::to_string(payload) +
            " ! application/x-rtp,media=audio,encoding-name=OPUS,payload=" + std::to_string(payload) +
-           " ! queue ! phone.";
+           " ! identity name=sound_packets ! queue ! phone.";
 }
 
 // Makes what one thread wrote visible to GStreamer's threads in a way that the thread checker sees.
@@ -94,6 +94,18 @@ std::int64_t NowUs() {
     return std::chrono::duration_cast<std::chrono::microseconds>(
                std::chrono::steady_clock::now().time_since_epoch())
         .count();
+}
+
+struct Label {
+    std::uint32_t stream = 0;
+    std::uint16_t number = 0;
+    bool marked = false;
+};
+
+Label LabelOf(GstBuffer* packet) {
+    guint8 header[12] = {};  // RFC 3550, section 5.1
+    gst_buffer_extract(packet, 0, header, sizeof header);
+    return {GST_READ_UINT32_BE(header + 8), GST_READ_UINT16_BE(header + 2), (header[1] & 0x80) != 0};
 }
 
 void AddProbe(GstElement* made, const char* element, GstPadProbeType type, GstPadProbeCallback probe,
@@ -149,6 +161,10 @@ void TestPhone::Build(const std::string& offer) {
         AddProbe(made, "encoded", GST_PAD_PROBE_TYPE_EVENT_UPSTREAM, OnRequest, this);
     }
     if (options.sendAudio) AddProbe(made, "microphone", GST_PAD_PROBE_TYPE_BUFFER, OnMicrophoneSound, this);
+    if (options.sendVideo)
+        AddProbe(made, "picture_packets", GST_PAD_PROBE_TYPE_BUFFER, OnPicturePacket, this);
+    if (options.sendAudio) AddProbe(made, "sound_packets", GST_PAD_PROBE_TYPE_BUFFER, OnSoundPacket, this);
+    g_signal_connect(made, "deep-element-added", G_CALLBACK(OnElementAdded), this);
     Cross();
     gst_element_set_state(made, GST_STATE_PLAYING);
     const support::MutexLock lock(mutex);
@@ -174,6 +190,57 @@ GstPadProbeReturn TestPhone::OnEncodedPicture(GstPad*, GstPadProbeInfo* info, gp
     const bool isKey =
         !GST_BUFFER_FLAG_IS_SET(gst_pad_probe_info_get_buffer(info), GST_BUFFER_FLAG_DELTA_UNIT);
     return isKey && static_cast<TestPhone*>(data)->losesKeyFrames ? GST_PAD_PROBE_DROP : GST_PAD_PROBE_OK;
+}
+
+GstPadProbeReturn TestPhone::OnPicturePacket(GstPad*, GstPadProbeInfo* info, gpointer data) {
+    const Crossing crossing;
+    auto* self = static_cast<TestPhone*>(data);
+    const Label label = LabelOf(gst_pad_probe_info_get_buffer(info));
+    if (!label.marked || !self->losesPictureEnd.exchange(false)) return GST_PAD_PROBE_OK;
+    if (self->onPacketLost) self->onPacketLost(Media::Picture, label.number);
+    return GST_PAD_PROBE_DROP;
+}
+
+GstPadProbeReturn TestPhone::OnSoundPacket(GstPad*, GstPadProbeInfo* info, gpointer data) {
+    const Crossing crossing;
+    auto* self = static_cast<TestPhone*>(data);
+    const Label label = LabelOf(gst_pad_probe_info_get_buffer(info));
+    self->soundStream = label.stream;
+    if (!self->losesSound.exchange(false)) return GST_PAD_PROBE_OK;
+    if (self->onPacketLost) self->onPacketLost(Media::Sound, label.number);
+    return GST_PAD_PROBE_DROP;
+}
+
+void TestPhone::OnElementAdded(GstBin*, GstBin*, GstElement* element, gpointer data) {
+    const GstElementFactory* factory = gst_element_get_factory(element);
+    if (factory == nullptr || g_strcmp0(GST_OBJECT_NAME(factory), "rtpsession") != 0) return;
+    GObject* session = nullptr;
+    g_object_get(element, "internal-session", &session, nullptr);
+    g_signal_connect(session, "on-feedback-rtcp", G_CALLBACK(OnFeedback), data);
+    g_object_unref(session);
+}
+
+void TestPhone::OnFeedback(GObject*, guint type, guint kind, guint, guint stream, GstBuffer* numbers,
+                           gpointer data) {
+    const Crossing crossing;
+    auto* self = static_cast<TestPhone*>(data);
+    constexpr guint kTransportFeedback = 205;  // RFC 4585, section 6.2.1
+    constexpr guint kLostPackets = 1;
+    GstMapInfo map;
+    if (type != kTransportFeedback || kind != kLostPackets || !self->onPacketRequest || numbers == nullptr ||
+        gst_buffer_map(numbers, &map, GST_MAP_READ) == FALSE)
+        return;
+    const Media media = stream == self->soundStream ? Media::Sound : Media::Picture;
+    for (gsize at = 0; at + 4 <= map.size; at += 4) {
+        const guint16 first = GST_READ_UINT16_BE(map.data + at);
+        const guint16 others = GST_READ_UINT16_BE(map.data + at + 2);
+        self->onPacketRequest(media, first);
+        for (int bit = 0; bit < 16; ++bit) {
+            if ((others >> bit & 1) != 0)
+                self->onPacketRequest(media, static_cast<std::uint16_t>(first + bit + 1));
+        }
+    }
+    gst_buffer_unmap(numbers, &map);
 }
 
 GstPadProbeReturn TestPhone::OnRequest(GstPad*, GstPadProbeInfo* info, gpointer data) {

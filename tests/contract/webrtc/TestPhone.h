@@ -35,6 +35,9 @@ public:
     // Called on threads of GStreamer's.
     std::function<void(const std::string& sdp)> onDescription;
     std::function<void(unsigned int lineIndex, const std::string& candidate)> onCandidate;
+    // A packet was lost as it was told to be, or the other side asks for one.
+    std::function<void(Media media, std::uint16_t number)> onPacketLost;
+    std::function<void(Media media, std::uint16_t number)> onPacketRequest;
 
     explicit TestPhone(Options phoneOptions) : options(std::move(phoneOptions)) {}
     ~TestPhone() { Vanish(); }
@@ -52,6 +55,8 @@ public:
     void Thaw();
     // Key frames do not leave the phone any more, or do again.
     void LoseKeyFrames(bool lose) { losesKeyFrames = lose; }
+    // The last packet of the next picture, or the next packet of sound.
+    void LosePacket(Media media) { (media == Media::Picture ? losesPictureEnd : losesSound) = true; }
     // From the last freezing of the picture to the first request for a key frame; nothing when none came.
     // What is asked for in the first second, because of the packets that are missing then, is lost on the
     // way.
@@ -68,6 +73,11 @@ private:
     static GstPadProbeReturn OnCameraPicture(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn OnMicrophoneSound(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn OnEncodedPicture(GstPad* pad, GstPadProbeInfo* info, gpointer self);
+    static GstPadProbeReturn OnPicturePacket(GstPad* pad, GstPadProbeInfo* info, gpointer self);
+    static GstPadProbeReturn OnSoundPacket(GstPad* pad, GstPadProbeInfo* info, gpointer self);
+    static void OnElementAdded(GstBin* bin, GstBin* inside, GstElement* element, gpointer self);
+    static void OnFeedback(GObject* session, guint type, guint kind, guint sender, guint stream,
+                           GstBuffer* numbers, gpointer self);
     static GstPadProbeReturn OnRequest(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     void SetRemote(const std::string& sdp, bool isOffer);
     static void OnMade(GstPromise* promise, gpointer data);
@@ -82,6 +92,9 @@ private:
     std::atomic<bool> pictureFrozen{false};
     std::atomic<bool> soundFrozen{false};
     std::atomic<bool> losesKeyFrames{false};
+    std::atomic<bool> losesPictureEnd{false};
+    std::atomic<bool> losesSound{false};
+    std::atomic<std::uint32_t> soundStream{0};
     std::atomic<Until> frozenUntil{Until::Told};
     std::atomic<std::int64_t> frozenAtUs{0};
     std::atomic<std::int64_t> keyRequestAfterUs{-1};
