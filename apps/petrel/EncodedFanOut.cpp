@@ -50,8 +50,10 @@ void EncodedFanOut::PushVideo(GstBuffer* unit, GstCaps* caps) {
         }
         if (client.waitsForKey && !isKey) continue;
         client.waitsForKey = false;
-        if (!client.knowsVideoCaps) gst_app_src_set_caps(input, caps);
-        client.knowsVideoCaps = true;
+        if (client.videoCaps.get() != caps) {
+            client.videoCaps.reset(gst_caps_ref(caps));
+            gst_app_src_set_caps(input, caps);
+        }
         gst_app_src_push_buffer(input, gst_buffer_ref(unit));
     }
 }

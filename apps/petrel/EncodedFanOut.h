@@ -32,7 +32,7 @@ private:
         int number = 0;
         ClientInputs inputs;
         bool waitsForKey = true;
-        bool knowsVideoCaps = false;
+        GstHandle<GstCaps> videoCaps;  // as told last
         bool knowsAudioCaps = false;
     };
 

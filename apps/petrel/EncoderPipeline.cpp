@@ -6,8 +6,6 @@
 
 #include <utility>
 
-#include "apps/petrel/MediaSource.h"
-
 namespace petrel {
 namespace {
 
@@ -129,7 +127,11 @@ void EncoderPipeline::ForceKeyPicture() {
                            gst_video_event_new_upstream_force_key_unit(GST_CLOCK_TIME_NONE, TRUE, 0));
 }
 
-void EncoderPipeline::PushPicture(GstHandle<GstBuffer> picture, GstClockTime time) {
+void EncoderPipeline::PushPicture(GstHandle<GstBuffer> picture, Posture posture, GstClockTime time) {
+    if (posture != pushedPosture) {
+        pushedPosture = posture;
+        SwapWidthAndHeight();
+    }
     GstBuffer* buffer = nullptr;
     {
         const support::MutexLock lock(handOver);
@@ -137,6 +139,18 @@ void EncoderPipeline::PushPicture(GstHandle<GstBuffer> picture, GstClockTime tim
         GST_BUFFER_PTS(buffer) = time;
     }
     gst_app_src_push_buffer(videoInput.get(), buffer);
+}
+
+// The input keeps the order: the pictures before are still coded in their own size.
+void EncoderPipeline::SwapWidthAndHeight() {
+    const GstHandle<GstCaps> now(gst_app_src_get_caps(videoInput.get()));
+    const GstHandle<GstCaps> swapped(gst_caps_copy(now.get()));
+    GstStructure* shape = gst_caps_get_structure(swapped.get(), 0);
+    int width = 0;
+    int height = 0;
+    gst_structure_get(shape, "width", G_TYPE_INT, &width, "height", G_TYPE_INT, &height, nullptr);
+    gst_structure_set(shape, "width", G_TYPE_INT, height, "height", G_TYPE_INT, width, nullptr);
+    gst_app_src_set_caps(videoInput.get(), swapped.get());
 }
 
 void EncoderPipeline::PushSound(GstHandle<GstBuffer> block, GstClockTime time) {

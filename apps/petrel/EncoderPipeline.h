@@ -8,6 +8,7 @@
 
 #include "apps/petrel/EncodedFanOut.h"
 #include "apps/petrel/GstHandles.h"
+#include "apps/petrel/MediaSource.h"
 #include "apps/petrel/SimulateOptions.h"
 #include "support/annotated_mutex.h"
 
@@ -28,12 +29,14 @@ public:
 
     // [any-thread] The next picture pushed becomes a key picture.
     void ForceKeyPicture();
-    void PushPicture(GstHandle<GstBuffer> picture, GstClockTime time);
+    // A change of the posture begins with a key picture of the new size. [the pump's thread]
+    void PushPicture(GstHandle<GstBuffer> picture, Posture posture, GstClockTime time);
     void PushSound(GstHandle<GstBuffer> block, GstClockTime time);
 
 private:
     explicit EncoderPipeline(EncodedFanOut& toFeed) : fanOut(toFeed) {}
     bool Build(const SimulateOptions& options, bool withAudio, std::string& error);
+    void SwapWidthAndHeight();
     GstHandle<GstBuffer> AtRunningTime(GstSample* sample);
     static GstFlowReturn OnVideoSample(GstAppSink* sink, gpointer self);
     static GstFlowReturn OnAudioSample(GstAppSink* sink, gpointer self);
@@ -42,6 +45,7 @@ private:
     GstHandle<GstElement> pipeline;
     GstHandle<GstElement> videoEncoder;
     GstHandle<GstAppSrc> videoInput;
+    Posture pushedPosture = Posture::AsAsked;
     GstHandle<GstAppSrc> audioInput;
     GstHandle<GstClock> clock;
     GstClockTime baseTime = 0;

@@ -1,7 +1,5 @@
 #include "apps/petrel/PatternSource.h"
 
-#include <gst/video/video.h>
-
 #include <chrono>
 
 namespace petrel {
@@ -17,12 +15,8 @@ std::uint64_t SteadyTimeUs() {
 
 }  // namespace
 
-PatternSource::PatternSource(int pictureWidth, int pictureHeight)
-    : width(pictureWidth),
-      height(pictureHeight),
-      pattern(pictureWidth, pictureHeight),
-      pool(gst_video_buffer_pool_new()) {
-    GstVideoInfo info;
+PatternSource::Canvas::Canvas(int width, int height)
+    : pattern(width, height), pool(gst_video_buffer_pool_new()) {
     gst_video_info_set_format(&info, GST_VIDEO_FORMAT_I420, static_cast<guint>(width),
                               static_cast<guint>(height));
     const GstHandle<GstCaps> caps(gst_video_info_to_caps(&info));
@@ -33,26 +27,33 @@ PatternSource::PatternSource(int pictureWidth, int pictureHeight)
     gst_buffer_pool_set_active(pool.get(), TRUE);
 }
 
+PatternSource::PatternSource(int pictureWidth, int pictureHeight, int secondsBetweenTurns)
+    : usBetweenTurns(std::int64_t{secondsBetweenTurns} * 1'000'000) {
+    canvases.emplace_back(pictureWidth, pictureHeight);
+    if (secondsBetweenTurns > 0) canvases.emplace_back(pictureHeight, pictureWidth);
+}
+
 PatternSource::~PatternSource() {
-    gst_buffer_pool_set_active(pool.get(), FALSE);
+    for (const Canvas& canvas : canvases)
+        gst_buffer_pool_set_active(canvas.pool.get(), FALSE);
 }
 
 GstHandle<GstBuffer> PatternSource::NextPicture(std::int64_t mediaTimeUs) {
+    const bool turned = usBetweenTurns > 0 && mediaTimeUs / usBetweenTurns % 2 != 0;
+    posture = turned ? Posture::Turned : Posture::AsAsked;
+    Canvas& canvas = turned ? canvases.back() : canvases.front();
     GstBuffer* acquired = nullptr;
-    if (gst_buffer_pool_acquire_buffer(pool.get(), &acquired, nullptr) != GST_FLOW_OK) return nullptr;
+    if (gst_buffer_pool_acquire_buffer(canvas.pool.get(), &acquired, nullptr) != GST_FLOW_OK) return nullptr;
     GstHandle<GstBuffer> buffer(acquired);
 
-    GstVideoInfo info;
-    gst_video_info_set_format(&info, GST_VIDEO_FORMAT_I420, static_cast<guint>(width),
-                              static_cast<guint>(height));
     GstVideoFrame frame;
-    if (!gst_video_frame_map(&frame, &info, buffer.get(), GST_MAP_WRITE)) return nullptr;
+    if (!gst_video_frame_map(&frame, &canvas.info, buffer.get(), GST_MAP_WRITE)) return nullptr;
     PictureView view;
     for (std::size_t plane = 0; plane < view.planes.size(); ++plane) {
         view.planes[plane] = static_cast<std::uint8_t*>(GST_VIDEO_FRAME_PLANE_DATA(&frame, plane));
         view.strides[plane] = GST_VIDEO_FRAME_PLANE_STRIDE(&frame, plane);
     }
-    pattern.Paint(view, {nextFrameNumber++, SteadyTimeUs()}, mediaTimeUs);
+    canvas.pattern.Paint(view, {nextFrameNumber++, SteadyTimeUs()}, mediaTimeUs);
     gst_video_frame_unmap(&frame);
     return buffer;
 }

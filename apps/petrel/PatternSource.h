@@ -1,6 +1,10 @@
 // The test picture as a source: counts the pictures and stamps each at the moment of painting.
 #pragma once
 
+#include <gst/video/video.h>
+
+#include <vector>
+
 #include "apps/petrel/MediaSource.h"
 #include "apps/petrel/TestPattern.h"
 
@@ -8,16 +12,24 @@ namespace petrel {
 
 class PatternSource : public VideoSource {
 public:
-    PatternSource(int pictureWidth, int pictureHeight);
+    // Turns by itself each time so many seconds have passed; never with 0.
+    PatternSource(int pictureWidth, int pictureHeight, int secondsBetweenTurns = 0);
     ~PatternSource() override;
 
     GstHandle<GstBuffer> NextPicture(std::int64_t mediaTimeUs) override;
+    Posture LatestPosture() const override { return posture; }
 
 private:
-    int width;
-    int height;
-    TestPattern pattern;
-    GstHandle<GstBufferPool> pool;
+    struct Canvas {
+        Canvas(int width, int height);
+        GstVideoInfo info;
+        TestPattern pattern;
+        GstHandle<GstBufferPool> pool;
+    };
+
+    const std::int64_t usBetweenTurns;
+    std::vector<Canvas> canvases;  // by posture
+    Posture posture = Posture::AsAsked;
     std::uint32_t nextFrameNumber = 0;
 };
 

@@ -131,7 +131,7 @@ void SharedEncoder::DeliverPicture() {
         encoder->ForceKeyPicture();
         lastKeyPictureNs = timeNs;
     }
-    encoder->PushPicture(std::move(picture), static_cast<GstClockTime>(timeNs));
+    encoder->PushPicture(std::move(picture), videoSource->LatestPosture(), static_cast<GstClockTime>(timeNs));
 }
 
 void SharedEncoder::DeliverSound() {

@@ -20,6 +20,7 @@ constexpr int kMaximumPhones = 64;
 constexpr int kMaximumWidth = 3840;
 constexpr int kMaximumHeight = 2160;
 constexpr double kLargestClockError = 1000;
+constexpr int kMostSecondsBetweenTurns = 3600;
 
 std::optional<int> ReadNumber(const std::string& text) {
     int value = 0;
@@ -51,6 +52,16 @@ std::string ReadSize(const std::string& text, SimulateOptions& options) {
 std::string CheckName(const std::string& name) {
     if (name.empty()) return "the name must not be empty";
     if (name == "Halyard") return "the name \"Halyard\" belongs to the other side";
+    return {};
+}
+
+std::string CheckRotation(const SimulateOptions& options) {
+    if (options.secondsBetweenTurns == 0) return {};
+    if (options.video != "pattern") return "only the pattern can be turned";
+    if (options.height < support::frame_stamp::kMinimumWidth) {
+        return fmt::format("a picture that is turned must be at least {} high",
+                           support::frame_stamp::kMinimumWidth);
+    }
     return {};
 }
 
@@ -98,6 +109,12 @@ CommandLine ReadCommandLine(int argc, const char* const* argv) {
         ->type_name("WxH");
     simulate->add_option("--fps", options.framesPerSecond, "pictures per second (default 30)")
         ->check(CLI::Range(1, 120));
+    simulate
+        ->add_option("--rotate", options.secondsBetweenTurns,
+                     "turn the phone each time so many seconds have passed: width and height change places "
+                     "(default: never)")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(1, kMostSecondsBetweenTurns));
     std::string codec = "h264";
     simulate->add_option("--codec", codec, "\"h264\", \"vp8\" or \"vp9\" (default h264)")
         ->check(CLI::IsMember({"h264", "vp8", "vp9"}));
@@ -128,6 +145,9 @@ CommandLine ReadCommandLine(int argc, const char* const* argv) {
         options.codec = codec == "vp9"   ? VideoCodec::Vp9
                         : codec == "vp8" ? VideoCodec::Vp8
                                          : VideoCodec::H264;
+        if (const std::string problem = CheckRotation(options); !problem.empty()) {
+            throw CLI::ValidationError("--rotate", problem);
+        }
         if (announced->count() > 0) options.announce = announce;
         if (name->count() > 0) {
             const std::string problem = CheckName(options.name);

@@ -21,6 +21,7 @@ struct SimulateOptions {
     int width = 1280;
     int height = 720;
     int framesPerSecond = 30;
+    int secondsBetweenTurns = 0;  // after which width and height change places; 0: never
     VideoCodec codec = VideoCodec::H264;
     std::string name;              // empty: a default for each address
     int bitrateKbits = 0;          // 0: by size and frame rate

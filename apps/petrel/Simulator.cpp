@@ -10,7 +10,8 @@ namespace petrel {
 namespace {
 
 std::unique_ptr<VideoSource> MakeVideo(const SimulateOptions& options, std::string& error) {
-    if (options.video == "pattern") return std::make_unique<PatternSource>(options.width, options.height);
+    if (options.video == "pattern")
+        return std::make_unique<PatternSource>(options.width, options.height, options.secondsBetweenTurns);
     return FileVideoSource::Open(options.video, options.width, options.height, options.framesPerSecond,
                                  error);
 }

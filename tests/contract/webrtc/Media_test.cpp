@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <set>
 
 #include "tests/contract/webrtc/Call.h"
@@ -55,7 +56,8 @@ TEST(Media, SoundComesInBlocksOfTenMilliseconds) {
     const auto stream = call.WaitForStream();
     ASSERT_TRUE(stream);
     const voPointer<voAudioTrackInterface::Sink> sink(new AudioSink([&blocks](const voAudioData& data) {
-        const bool loud = data.samples[0] > 1000 || data.samples[200] > 1000;
+        const auto* end = data.samples + data.frames * 2;
+        const bool loud = std::any_of(data.samples, end, [](std::int16_t sample) { return sample > 1000; });
         blocks.Add(loud ? "loud" : "quiet",
                    std::to_string(data.frames) + " " + std::to_string(data.sampleRate) + " " +
                        std::to_string(data.bitsPerSample) + " " + std::to_string(data.channels));

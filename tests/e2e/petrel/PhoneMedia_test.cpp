@@ -63,7 +63,8 @@ protected:
     void StartStudio(const SimulateOptions& options = SmallOptions(), bool withSound = true) {
         std::string error;
         encoder = SharedEncoder::Make(options,
-                                      std::make_unique<petrel::PatternSource>(options.width, options.height),
+                                      std::make_unique<petrel::PatternSource>(options.width, options.height,
+                                                                              options.secondsBetweenTurns),
                                       withSound ? std::make_unique<petrel::BeepTone>() : nullptr, error);
         ASSERT_NE(encoder, nullptr) << error;
         loop = std::make_unique<petrel::ControlLoop>();
@@ -114,6 +115,35 @@ TEST_F(PhoneMedia, Vp9CarriesEveryStamp) {
         receiver->WaitUntil([](const Pictures& pictures, const Sound&) { return pictures.size() >= 90; }));
     ExpectUnbroken(receiver->Pictures());
 }
+
+class TurnedPhone : public PhoneMedia, public testing::WithParamInterface<VideoCodec> {};
+
+// Each posture comes whole, with its stamps, and no picture is lost where they change.
+TEST_P(TurnedPhone, WidthAndHeightChangePlacesInMidStream) {
+    SimulateOptions options = SmallOptions(GetParam());
+    options.secondsBetweenTurns = 1;
+    StartStudio(options);
+    TestPhone phone(Studio());
+    const auto receiver = phone.Offer(petrel::EncodingName(GetParam()));
+    const auto turns = [](const Pictures& pictures) {
+        int changes = 0;
+        for (std::size_t index = 1; index < pictures.size(); ++index)
+            changes += pictures[index].width != pictures[index - 1].width ? 1 : 0;
+        return changes;
+    };
+    ASSERT_TRUE(receiver->WaitUntil(
+        [&turns](const Pictures& pictures, const Sound&) { return turns(pictures) >= 4; }));
+    const Pictures pictures = receiver->Pictures();
+    for (const ReceivedPicture& picture : pictures) {
+        EXPECT_TRUE((picture.width == 640 && picture.height == 360) ||
+                    (picture.width == 360 && picture.height == 640))
+            << picture.width << "x" << picture.height;
+    }
+    ExpectUnbroken(pictures);
+}
+
+INSTANTIATE_TEST_SUITE_P(Codecs, TurnedPhone,
+                         testing::Values(VideoCodec::H264, VideoCodec::Vp8, VideoCodec::Vp9));
 
 TEST_F(PhoneMedia, BeepsOnceASecondOverAQuietTone) {
     StartStudio();

@@ -49,6 +49,13 @@ TEST(SimulateOptions, AreRead) {
     EXPECT_TRUE(line.options->quiet);
 }
 
+TEST(SimulateOptions, TurnThePatternAlone) {
+    EXPECT_EQ(Read({"simulate"}).options->secondsBetweenTurns, 0) << "never";
+    const CommandLine line = Read({"simulate", "--rotate", "5", "--size", "640x256"});
+    ASSERT_TRUE(line.options) << line.text;
+    EXPECT_EQ(line.options->secondsBetweenTurns, 5);
+}
+
 TEST(SimulateOptions, KnowThreeCodecs) {
     const auto codecOf = [](const char* name) {
         const CommandLine line = Read({"simulate", "--codec", name});
@@ -79,23 +86,26 @@ TEST_P(BadCommandLine, EndsWithCodeTwoAndASentence) {
 
 INSTANTIATE_TEST_SUITE_P(
     All, BadCommandLine,
-    testing::Values(BadLine{"no verb", {}}, BadLine{"unknown verb", {"dance"}},
-                    BadLine{"unknown option", {"simulate", "--nonsense"}},
-                    BadLine{"address that is none", {"simulate", "--listen", "localhost"}},
-                    BadLine{"addresses that run out",
-                            {"simulate", "--listen", "255.255.255.255", "--phones", "2"}},
-                    BadLine{"no phones", {"simulate", "--phones", "0"}},
-                    BadLine{"size without a cross", {"simulate", "--size", "1280"}},
-                    BadLine{"size with words", {"simulate", "--size", "axb"}},
-                    BadLine{"odd size", {"simulate", "--size", "641x360"}},
-                    BadLine{"size too small for the stamp", {"simulate", "--size", "254x144"}},
-                    BadLine{"size too large", {"simulate", "--size", "7680x4320"}},
-                    BadLine{"no pictures", {"simulate", "--fps", "0"}},
-                    BadLine{"unknown codec", {"simulate", "--codec", "av1"}},
-                    BadLine{"empty name", {"simulate", "--name", ""}},
-                    BadLine{"the client's name", {"simulate", "--name", "Halyard"}},
-                    BadLine{"bitrate too low", {"simulate", "--bitrate", "1"}},
-                    BadLine{"a clock that nobody has", {"simulate", "--clock-error", "1001"}}));
+    testing::Values(
+        BadLine{"no verb", {}}, BadLine{"unknown verb", {"dance"}},
+        BadLine{"unknown option", {"simulate", "--nonsense"}},
+        BadLine{"address that is none", {"simulate", "--listen", "localhost"}},
+        BadLine{"addresses that run out", {"simulate", "--listen", "255.255.255.255", "--phones", "2"}},
+        BadLine{"no phones", {"simulate", "--phones", "0"}},
+        BadLine{"size without a cross", {"simulate", "--size", "1280"}},
+        BadLine{"size with words", {"simulate", "--size", "axb"}},
+        BadLine{"odd size", {"simulate", "--size", "641x360"}},
+        BadLine{"size too small for the stamp", {"simulate", "--size", "254x144"}},
+        BadLine{"size too large", {"simulate", "--size", "7680x4320"}},
+        BadLine{"no pictures", {"simulate", "--fps", "0"}},
+        BadLine{"unknown codec", {"simulate", "--codec", "av1"}},
+        BadLine{"empty name", {"simulate", "--name", ""}},
+        BadLine{"the client's name", {"simulate", "--name", "Halyard"}},
+        BadLine{"bitrate too low", {"simulate", "--bitrate", "1"}},
+        BadLine{"a turn in no time", {"simulate", "--rotate", "0"}},
+        BadLine{"a film that is turned", {"simulate", "--rotate", "5", "--video", "film.mp4"}},
+        BadLine{"too narrow for the stamp when turned", {"simulate", "--rotate", "5", "--size", "320x180"}},
+        BadLine{"a clock that nobody has", {"simulate", "--clock-error", "1001"}}));
 
 TEST(SimulateOptions, APhoneIsAnnouncedUnlessItsAddressIsOfUseToThisMachineOnly) {
     const petrel::SimulateOptions unsaid = *Read({"simulate"}).options;
