@@ -5,6 +5,8 @@
 namespace web_server {
 namespace {
 
+constexpr std::size_t kLongestTarget = 4096;
+
 std::string_view ReasonOf(int status) {
     switch (status) {
         case 200:
@@ -60,12 +62,6 @@ std::string StatusLine(int status) {
     text += ReasonOf(status);
     text += "\r\n";
     return text;
-}
-
-bool EqualsIgnoringCase(std::string_view text, std::string_view lowerCase) {
-    return std::equal(text.begin(), text.end(), lowerCase.begin(), lowerCase.end(), [](char a, char b) {
-        return (a >= 'A' && a <= 'Z' ? static_cast<char>(a + ('a' - 'A')) : a) == b;
-    });
 }
 
 std::string_view Trimmed(std::string_view text) {
@@ -159,6 +155,23 @@ HttpAnswer Refused(int status, std::string_view code, std::string_view sentence)
     return answer;
 }
 
+std::optional<HttpAnswer> RefusalOf(const RequestHead& head) {
+    if (head.hosts != 1 || head.target.size() > kLongestTarget || !IsPlainTarget(head.target))
+        return Refused(400, "malformed", "This is not a request.");
+    if (head.isChunked || (head.needsLength && !head.length))
+        return Refused(411, "no-length", "The request does not say how long it is.");
+    if (head.length && *head.length > head.bodyLimit)
+        return Refused(413, "too-large", "The request is too large.");
+    return std::nullopt;
+}
+
+std::string LowerCase(std::string_view text) {
+    std::string lower(text);
+    for (char& c : lower)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
+    return lower;
+}
+
 std::string PlainHttpAnswer(std::string_view ourHost, std::string_view target) {
     HttpAnswer answer;
     answer.contentType = "text/plain; charset=utf-8";
@@ -183,7 +196,7 @@ std::string_view FieldOfHead(std::string_view head, std::string_view lowerCaseNa
         const std::size_t end = head.find("\r\n", begin);
         const std::string_view line = head.substr(begin, end == std::string_view::npos ? end : end - begin);
         const std::size_t colon = line.find(':');
-        if (colon != std::string_view::npos && EqualsIgnoringCase(line.substr(0, colon), lowerCaseName))
+        if (colon != std::string_view::npos && LowerCase(line.substr(0, colon)) == lowerCaseName)
             return Trimmed(line.substr(colon + 1));
         begin = end;
     }

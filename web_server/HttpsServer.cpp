@@ -122,8 +122,9 @@ private:
         const auto connection = HttpsConnection::Make(context, tls, std::move(socket), *this);
         const std::string& address = connection->RemoteAddress();
         std::size_t& count = countOf[address];
+        const bool isLimited = options.limitsThisMachineToo || !connection->IsFromThisMachine();
         const bool tooMany = connections.size() >= options.maximumConnections;
-        if (tooMany || (!connection->IsFromThisMachine() && count >= options.maximumConnectionsOfAnAddress)) {
+        if (tooMany || (isLimited && count >= options.maximumConnectionsOfAnAddress)) {
             if (count == 0) countOf.erase(address);
             OnRefused(address, tooMany ? "too many connections" : "too many connections from one address");
             return;

@@ -72,6 +72,7 @@ void Hub::OnRequest(const Exchange& exchange) {
         }
     }
     if (!answer) answer = AnswerTo(request);
+    TellRefusal(request, answer->status);
     exchange->Answer(std::move(*answer));
 }
 
@@ -161,6 +162,15 @@ void Hub::Close() {
 
 std::string Hub::PairingUrl() const {
     return reachability.urls.empty() ? std::string() : reachability.urls.front() + "#pair=" + code.Text();
+}
+
+// What a page asks for in good faith, and is refused, is not told: who it is, and hosts that have left.
+void Hub::TellRefusal(const HttpRequest& request, int status) const {
+    constexpr std::size_t kMostOfThePath = 60;
+    const bool isSuspicious = status >= 400 && status != 404 && status != 409 && request.path != "/api/me";
+    if (!isSuspicious || !surroundings.onRefused) return;
+    surroundings.onRefused(request.remoteAddress, std::to_string(status) + " " + request.method + " " +
+                                                      request.path.substr(0, kMostOfThePath));
 }
 
 void Hub::RefreshBook() {

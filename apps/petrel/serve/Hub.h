@@ -33,6 +33,7 @@ struct HubSurroundings {
     std::function<void(const AnnouncedPhone& phone)> announce;
     std::function<void(const std::string& address)> withdraw;
     std::function<void()> onNewCode;
+    std::function<void(const std::string& address, const std::string& reason)> onRefused;  // a few words
 };
 
 // How the machine is reached at the moment.
@@ -91,6 +92,7 @@ private:
     web_server::HttpAnswer RevokeForOperator(const web_server::HttpRequest& request);
     std::string OperatorData() const;
 
+    void TellRefusal(const web_server::HttpRequest& request, int status) const;
     void RefreshBook();
     void CloseRevoked();
     void CloseAbandoned();

@@ -108,10 +108,7 @@ HttpAnswer Hub::Pair(const HttpRequest& request) {
     if (!problem.empty()) return BadName(problem);
 
     const PairingCode::Verdict verdict = code.Check(typed, now);
-    if (verdict != PairingCode::Verdict::Right) {
-        limiter.Failed(request.remoteAddress, now);
-        spdlog::warn("{}: a wrong code for pairing", request.remoteAddress);
-    }
+    if (verdict != PairingCode::Verdict::Right) limiter.Failed(request.remoteAddress, now);
     switch (verdict) {
         case PairingCode::Verdict::Wrong:
             return Refused(403, "wrong-code", "That code is wrong.");

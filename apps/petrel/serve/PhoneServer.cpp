@@ -152,6 +152,9 @@ std::string PhoneServer::OpenHub() {
     surroundings.onNewCode = [this] {
         if (!options.quiet) PrintCode();
     };
+    surroundings.onRefused = [this](const std::string& address, const std::string& reason) {
+        refusals.Add(address, reason, Clock::now());
+    };
     hub = std::make_unique<Hub>(std::move(settings), std::move(surroundings), std::move(*book));
     return {};
 }

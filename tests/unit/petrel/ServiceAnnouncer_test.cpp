@@ -60,6 +60,16 @@ TEST_F(ServiceAnnouncerTest, SaysOnceThatThereIsNoDaemonHoweverOftenItTries) {
     EXPECT_FALSE(lines->WaitFor(2, std::chrono::milliseconds(5 * mdns::AvahiConnection::kRetryMs / 2)));
 }
 
+TEST_F(ServiceAnnouncerTest, TakesPhonesThatComeAndGoWithoutADaemonToo) {
+    petrel::ServiceAnnouncer announcer({});
+    announcer.Add({"Studio", "192.168.1.20", 9001, "PHONE"});
+    announcer.Add({"Studio renamed", "192.168.1.20", 9001, "PHONE"});
+    announcer.Remove("192.168.1.20");
+    announcer.Remove("192.168.1.21");
+    announcer.Add({"Pocket", "192.168.1.21", 9001, "OTHER"});
+    EXPECT_TRUE(lines->WaitFor(1, std::chrono::seconds(20)));
+}
+
 TEST_F(ServiceAnnouncerTest, MayEndAtAnyTime) {
     for (int count = 0; count < 20; ++count)
         petrel::ServiceAnnouncer({{"Studio", "192.168.1.20", 9001, "PHONE"}});

@@ -32,6 +32,17 @@ TEST_F(Doors, AreClosedToForeignNamesAndOrigins) {
     EXPECT_EQ(Do("PUT", "/", {{"host", "192.0.2.1"}})->Status(), 405);
 }
 
+TEST_F(Doors, AreWatched) {
+    Get("/api/me");  // a page that looks whether it is known
+    Get("/nothing");
+    Get("/api/events?tab=a");
+    Post("/api/pair", {{"code", "AAAA-AAAA"}, {"name", "Anna"}});
+    Do("GET", "/" + std::string(1000, 'x'), {{"host", "evil.example"}});
+    EXPECT_THAT(refusals,
+                testing::ElementsAre("192.0.2.50 401 GET /api/events", "192.0.2.50 403 POST /api/pair",
+                                     "192.0.2.50 403 GET /" + std::string(59, 'x')));
+}
+
 TEST_F(Doors, LeadToEmbeddedFilesOnly) {
     for (const char* path :
          {"/../etc/passwd", "/page/../../etc/passwd", "/page/%2e%2e/%2e%2e/etc/passwd", "/page", "/page/",

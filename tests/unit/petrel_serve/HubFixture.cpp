@@ -105,6 +105,9 @@ void HubFixture::MakeHub(std::vector<std::string> phoneAddresses) {
         announcements.push_back("+" + phone.name + " " + phone.address);
     };
     surroundings.withdraw = [this](const std::string& address) { announcements.push_back("-" + address); };
+    surroundings.onRefused = [this](const std::string& address, const std::string& reason) {
+        refusals.push_back(address + " " + reason);
+    };
     surroundings.onNewCode = [this] { ++newCodes; };
     std::string error;
     std::optional<petrel::PhoneBook> book = petrel::PhoneBook::Open(temporary.State(), error);

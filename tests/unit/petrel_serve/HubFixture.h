@@ -112,6 +112,7 @@ protected:
     std::string refusedAddress;                                      // cannot be listened on
     std::vector<std::string> announcements;                          // "+name address" and "-address"
     int newCodes = 0;
+    std::vector<std::string> refusals;
     std::string remoteAddress = "192.0.2.50";
     bool fromThisMachine = false;
     std::unique_ptr<petrel::Hub> hub;

@@ -44,6 +44,28 @@ TEST(Refused, IsASentenceInJson) {
     EXPECT_EQ(refused.contentType, "application/json");
 }
 
+TEST(RefusalOf, LooksAtTheHeadBeforeTheBodyIsRead) {
+    const auto statusOf = [](const RequestHead& head) {
+        const auto refused = RefusalOf(head);
+        return refused ? refused->status : 0;
+    };
+    RequestHead head{1, "/api/pair", true, false, 10, 10};
+    EXPECT_EQ(statusOf(head), 0);
+    head.length = 11;
+    EXPECT_EQ(statusOf(head), 413);
+    head.length.reset();
+    EXPECT_EQ(statusOf(head), 411);
+    head.needsLength = false;
+    EXPECT_EQ(statusOf(head), 0);
+    head.isChunked = true;
+    EXPECT_EQ(statusOf(head), 411);
+    for (const std::size_t hosts : {0U, 2U})
+        EXPECT_EQ(statusOf({hosts, "/", false, false, std::nullopt, 0}), 400);
+    const std::string longTarget = "/" + std::string(4096, 'x');
+    EXPECT_EQ(statusOf({1, longTarget, false, false, std::nullopt, 0}), 400);
+    EXPECT_EQ(statusOf({1, "relative", false, false, std::nullopt, 0}), 400);
+}
+
 TEST(PlainHttpAnswer, SendsOurOwnHostsOnToHttps) {
     const std::string answer = PlainHttpAnswer("192.0.2.1:9443", "/page?a=b");
     EXPECT_THAT(answer, StartsWith("HTTP/1.1 301 "));

@@ -114,7 +114,8 @@ TEST_F(HttpsServerTest, WantsToKnowHowLongARequestIs) {
         EXPECT_EQ(StatusOf(client->ReadAnswer()), 411) << request;
         EXPECT_TRUE(client->WaitForEnd());
     }
-    EXPECT_THAT(Lines(), ElementsAre("refused 127.0.0.1 411 no-length", "refused 127.0.0.1 411 no-length"));
+    EXPECT_THAT(Lines(), ElementsAre("refused 127.0.0.1 411 before it was read",
+                                     "refused 127.0.0.1 411 before it was read"));
 }
 
 TEST_F(HttpsServerTest, RefusesAHeaderThatIsTooLarge) {
@@ -214,6 +215,26 @@ TEST_F(HttpsServerTest, BoundsTheConnectionsInAll) {
     std::unique_ptr<TlsClient> third;
     for (int attempt = 0; attempt < 1000 && third == nullptr; ++attempt)
         third = Dial();
+    EXPECT_NE(third, nullptr);
+}
+
+TEST_F(HttpsServerTest, BoundsTheConnectionsOfAnAddress) {
+    HttpsServerOptions options;
+    options.maximumConnectionsOfAnAddress = 2;
+    options.limitsThisMachineToo = true;
+    Listen(options);
+    auto first = Dial("127.0.0.5");
+    const auto second = Dial("127.0.0.5");
+    ASSERT_NE(second, nullptr);
+    EXPECT_EQ(Dial("127.0.0.5"), nullptr);
+    EXPECT_THAT(WaitForLines(1), ElementsAre("refused 127.0.0.5 too many connections from one address"));
+    EXPECT_NE(Dial("127.0.0.6"), nullptr);
+    Ask(*first, "GET", "/", "Connection: close\r\n");
+    first->WaitForEnd();
+    first.reset();
+    std::unique_ptr<TlsClient> third;
+    for (int attempt = 0; attempt < 1000 && third == nullptr; ++attempt)
+        third = Dial("127.0.0.5");
     EXPECT_NE(third, nullptr);
 }
 
