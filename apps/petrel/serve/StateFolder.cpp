@@ -62,10 +62,18 @@ std::optional<StateFolder> StateFolder::Open(const std::filesystem::path& folder
         error = WhatFailed("made", absolute);
         return std::nullopt;
     }
-    if (chmod(absolute.c_str(), kOwnerOnlyFolder) != 0 || access(absolute.c_str(), R_OK | W_OK | X_OK) != 0 ||
-        !std::filesystem::is_directory(absolute, failed)) {
+    struct stat status {};
+    errno = 0;
+    const bool isFolder = stat(absolute.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    if (!isFolder || access(absolute.c_str(), R_OK | W_OK | X_OK) != 0) {
         if (errno == 0) errno = ENOTDIR;
         error = WhatFailed("used as the folder for the state", absolute);
+        return std::nullopt;
+    }
+    // One that was there before keeps its access: it may be somebody's for other reasons, too.
+    if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
+        error = fmt::format("{} cannot be used as the folder for the state: others may write to it.",
+                            absolute.string());
         return std::nullopt;
     }
     return StateFolder(absolute);

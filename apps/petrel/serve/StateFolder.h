@@ -15,8 +15,8 @@ enum class FileAccess { OwnerOnly, Everybody };
 
 class StateFolder {
 public:
-    // Makes the folder where it is missing, and takes it from everybody else. Nothing with a sentence in
-    // `error` when it cannot be used.
+    // Makes the folder where it is missing, for its owner only. Nothing with a sentence in `error` when it
+    // cannot be used, or others may write to it.
     static std::optional<StateFolder> Open(const std::filesystem::path& folder, std::string& error);
 
     std::filesystem::path PathOf(const std::string& name) const { return folder / name; }

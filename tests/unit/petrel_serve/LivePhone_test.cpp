@@ -240,7 +240,7 @@ TEST_F(LivePhoneTest, LetsEveryHostOfferAnewForANewTab) {
     EXPECT_THAT(again->Names(), ElementsAre("hello"));
     EXPECT_EQ(again->Last("hello")->data["resumed"], false);
     EXPECT_EQ(again->Last("hello")->data["viewers"][1]["onAir"], true);
-    EXPECT_THAT(first->Actions(), ElementsAre("peerJoined"));
+    ASSERT_THAT(first->Actions(), ElementsAre("peerJoined"));
     EXPECT_EQ(first->received[0]["sessionGuid"], "GUID-1");
     EXPECT_THAT(second->Actions(), ElementsAre("peerJoined"));
     EXPECT_THAT(silent->received, IsEmpty());

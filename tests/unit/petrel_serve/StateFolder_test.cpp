@@ -18,13 +18,32 @@ std::size_t FilesIn(const std::filesystem::path& folder) {
     return count;
 }
 
-TEST(StateFolder, IsTheOwnersOnlyAlsoWhenItWasThereBefore) {
+TEST(StateFolder, IsTheOwnersOnly) {
     const tests::TemporaryFolder temporary;
-    std::filesystem::create_directories(temporary.Path() / "state");
-    chmod((temporary.Path() / "state").c_str(), 0755);
-    std::string error;
-    ASSERT_TRUE(StateFolder::Open(temporary.Path() / "state", error)) << error;
+    temporary.State();
     EXPECT_EQ(temporary.ModeOf(""), 0700);
+}
+
+TEST(StateFolder, LeavesTheAccessOfOneThatWasThereBefore) {
+    const tests::TemporaryFolder temporary;
+    const auto folder = temporary.Path() / "state";
+    std::filesystem::create_directories(folder);
+    chmod(folder.c_str(), 0755);
+    std::string error;
+    EXPECT_TRUE(StateFolder::Open(folder, error)) << error;
+    EXPECT_EQ(temporary.ModeOf(""), 0755);
+}
+
+TEST(StateFolder, RefusesOneThatOthersMayWriteTo) {
+    const tests::TemporaryFolder temporary;
+    const auto folder = temporary.Path() / "state";
+    std::filesystem::create_directories(folder);
+    for (const mode_t mode : {mode_t{01777}, mode_t{0770}}) {
+        chmod(folder.c_str(), mode);
+        std::string error;
+        EXPECT_FALSE(StateFolder::Open(folder, error));
+        EXPECT_THAT(error, HasSubstr("others may write to it."));
+    }
 }
 
 TEST(StateFolder, IsMadeWithAllThatLeadsToIt) {
