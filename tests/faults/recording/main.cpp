@@ -2,6 +2,8 @@
 #include <algorithm>
 #include <iostream>
 #include <nlohmann/json.hpp>
+#include <set>
+#include <string>
 
 #include "tests/e2e/host/RecordedFile.h"
 
@@ -16,9 +18,13 @@ int main(int argc, char** argv) {
     }
     const auto stamped = std::count_if(recorded.pictures.begin(), recorded.pictures.end(),
                                        [](const e2e::RecordedPicture& picture) { return picture.stamp; });
+    std::set<std::string> sizes;
+    for (const e2e::RecordedPicture& picture : recorded.pictures)
+        sizes.insert(std::to_string(picture.width) + "x" + std::to_string(picture.height));
     std::cout << nlohmann::json({{"problem", recorded.problem},
                                  {"pictures", recorded.pictures.size()},
                                  {"stampedPictures", stamped},
+                                 {"sizes", sizes},
                                  {"pictureSeconds", pictureSeconds},
                                  {"soundSeconds", static_cast<double>(recorded.left.size()) / kRate}})
                      .dump()
