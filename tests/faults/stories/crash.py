@@ -11,7 +11,7 @@ from kit.result import Result
 from stories._host import phone
 
 TITLE = "200 kills of the host at random moments: the state folder always loads, and recordings can be played"
-SHORT = True
+SHORT = False
 PACKAGES = ("test",)
 TARGETS = ("halyard", "petrel", "kestrel", "faults_recording")
 

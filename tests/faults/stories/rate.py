@@ -4,7 +4,7 @@ from kit.result import Result
 from stories import _gone
 
 TITLE = "the link gives 1 Mbit/s for a while, less than half of what the phone sends"
-SHORT = True
+SHORT = False
 TARGETS = _gone.TARGETS
 # The simulated phone goes on sending what the link cannot carry, as no real one would, and crowds out the signalling
 # too: what is promised is that everything is as before as soon as after an outage.

@@ -5,7 +5,7 @@ import json
 from kit.result import Result
 
 TITLE = "10,000 mutated answers into a live wrapper in child processes: none aborts"
-SHORT = True
+SHORT = False
 PACKAGES = ("test",)
 TARGETS = ("faults_sdpabort",)
 

@@ -9,7 +9,7 @@ from stories import _sockets as sockets
 from stories._host import SMALL, TARGETS as HOST_TARGETS, Host, Resources, phone, settled
 
 TITLE = "100 MB messages, endless fragments, one byte per second: memory bounded, each noticed, the next good one works"
-SHORT = True
+SHORT = False
 PACKAGES = ("test",)
 TARGETS = HOST_TARGETS
 
