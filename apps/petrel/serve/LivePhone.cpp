@@ -256,10 +256,12 @@ void LivePhone::Handle(Client& client, const RemoteCandidate& candidate) {
               client.viewer.number);
 }
 
-// Broadcasts reach every phone of a session; each looks for its own identifier.
+// Broadcasts reach every phone of a session; each looks for its own identifier. The first is passed on
+// whatever it says: from before a restart of this server, the page may know another state.
 void LivePhone::Handle(Client& client, const TallyStateChanged& tally) {
-    if (!client.joined || tally.peersIdentifier != phone.identifier || tally.onAir == client.viewer.onAir)
-        return;
+    if (!client.joined || tally.peersIdentifier != phone.identifier) return;
+    if (client.tallyHeard && tally.onAir == client.viewer.onAir) return;
+    client.tallyHeard = true;
     client.viewer.onAir = tally.onAir;
     spdlog::info("{}: \"{}\" is {} at {}", phone.address, phone.name, tally.onAir ? "on air" : "off air",
                  client.viewer.name);

@@ -93,6 +93,7 @@ private:
         Viewer viewer;
         Connection connection;
         bool joined = false;
+        bool tallyHeard = false;
     };
 
     web_server::WebSocketHandlers Handlers();

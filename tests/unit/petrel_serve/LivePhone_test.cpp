@@ -164,6 +164,16 @@ TEST_F(LivePhoneTest, TellsTheTallyOncePerChangeAndOnlyItsOwn) {
     EXPECT_EQ(page->Last("tally")->data["onAir"], false);
 }
 
+// A page that was on air before this server was started anew still thinks so.
+TEST_F(LivePhoneTest, PassesOnTheFirstTallyWhateverItSays) {
+    const auto page = OpenPage(cookie);
+    const auto host = Dial(kAddress);
+    Say(kAddress, host, Tally(false));
+    Say(kAddress, host, Tally(false));
+    EXPECT_THAT(page->Names(), ElementsAre("hello", "viewer", "tally"));
+    EXPECT_EQ(page->Last("tally")->data["onAir"], false);
+}
+
 TEST_F(LivePhoneTest, ServesSeveralHostsAndTellsThemApart) {
     const auto page = OpenPage(cookie);
     const auto first = Dial(kAddress, "GUID-1");
