@@ -3,11 +3,13 @@
 const kLongestEvent = 2 * 1024 * 1024;
 
 export class EventStreamReader {
-    // `onEvent(name, data)` hears each event; comments and unknown fields are skipped.
+    // `onEvent(name, data)` hears each event; comments and unknown fields are skipped. `lastId` is the last one
+    // that an event had.
     constructor(onEvent) {
         this.onEvent = onEvent;
         this.pending = '';
         this.isFirst = true;
+        this.lastId = '';
         this.clear();
     }
 
@@ -41,6 +43,7 @@ export class EventStreamReader {
         const field = colon < 0 ? line : line.slice(0, colon);
         const value = colon < 0 ? '' : line.slice(colon + 1).replace(/^ /, '');
         if (field === 'event') this.name = value;
+        if (field === 'id' && !value.includes('\0')) this.id = value;
         if (field === 'data') {
             this.data.push(value);
             this.size += value.length + 1;
@@ -49,6 +52,7 @@ export class EventStreamReader {
 
     dispatch() {
         const { name, data } = this;
+        this.lastId = this.id;
         this.clear();
         if (data.length > 0) this.onEvent(name || 'message', data.join('\n'));
     }
@@ -57,5 +61,6 @@ export class EventStreamReader {
         this.name = '';
         this.data = [];
         this.size = 0;
+        this.id = this.lastId;
     }
 }

@@ -63,6 +63,7 @@ class Page {
     }
 
     async start() {
+        document.documentElement.dataset.started = 'yes'; // boot.js looks
         this.draw();
         if (this.browserProblem) return;
         this.makeParts(
@@ -97,7 +98,7 @@ class Page {
             onChange: update,
         });
         this.viewers = new Viewers({
-            makeLink: (viewer, name) => this.makeViewerLink(viewer, name),
+            makeLink: (viewer) => this.makeViewerLink(viewer),
             onChange: update,
         });
         this.link = new ServerLink({
@@ -110,10 +111,9 @@ class Page {
         this.wakeLock = new WakeLock(navigator, document);
     }
 
-    makeViewerLink(viewer, name) {
+    makeViewerLink(viewer) {
         return new ViewerLink({
             viewer,
-            name,
             api: this.api,
             timers: browserTimers,
             media: {
@@ -359,11 +359,10 @@ class Page {
         const track = this.camera?.track('video');
         const capabilities = track?.getCapabilities?.() ?? null;
         const trackSettings = track?.getSettings() ?? null;
-        const links = this.viewers?.list() ?? [];
         const isInUse = this.isPaired && Boolean(this.camera?.isWanted);
         this.view.draw({
             state: this.state(),
-            names: links.filter((link) => link.name !== '').map((link) => link.name),
+            names: this.viewers?.names() ?? [],
             isInUse,
             muted: (isInUse && this.camera?.muted) || {},
             problem: this.isPaired

@@ -4,6 +4,10 @@ import { EventStreamReader } from './event_stream.js';
 import { endsTrying } from './problems.js';
 import { kConnectLimitMs, kDoubtfulSilenceMs, kSilenceLimitMs, retryDelayMs } from './reconnect.js';
 
+// Larger than any number of an event: the machine takes a page that has heard nothing for a new one, and every
+// host offers anew.
+const kNoEventYet = '18446744073709551615';
+
 export class ServerLink {
     // `onEvent(name, object)` hears each event of the machine; `onState()` that `state` ("closed",
     // "connecting", "open") or `problem` changed.
@@ -16,6 +20,7 @@ export class ServerLink {
         this.state = 'closed';
         this.problem = null;
         this.failures = 0;
+        this.lastId = kNoEventYet;
         this.attempt = null;
         this.retryTimer = null;
     }
@@ -28,8 +33,10 @@ export class ServerLink {
         this.begin();
     }
 
+    // What is said meanwhile is missed.
     stop() {
         this.end();
+        this.lastId = kNoEventYet;
         this.tell('closed', null);
     }
 
@@ -60,7 +67,8 @@ export class ServerLink {
         let refusal = null;
         try {
             const take = this.take ? '&take=1' : '';
-            const response = await this.fetch(`/api/events?tab=${encodeURIComponent(this.tab)}${take}`, {
+            const query = `tab=${encodeURIComponent(this.tab)}&last=${encodeURIComponent(this.lastId)}${take}`;
+            const response = await this.fetch(`/api/events?${query}`, {
                 headers: { accept: 'text/event-stream' },
                 cache: 'no-store',
                 credentials: 'same-origin',
@@ -83,7 +91,9 @@ export class ServerLink {
     async read(attempt, reader) {
         const decoder = new TextDecoder();
         const events = new EventStreamReader((name, data) => {
-            if (this.attempt === attempt) this.handle(name, data);
+            if (this.attempt !== attempt) return;
+            if (events.lastId !== '') this.lastId = events.lastId;
+            this.handle(name, data);
         });
         for (;;) {
             const { done, value } = await reader.read();
@@ -104,6 +114,7 @@ export class ServerLink {
         if (typeof object !== 'object' || object === null) return;
         if (name === 'taken' || name === 'revoked') {
             this.end();
+            this.lastId = kNoEventYet;
             this.onEvent(name, object);
             this.tell('closed', name);
             return;

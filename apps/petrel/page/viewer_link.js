@@ -4,13 +4,15 @@ import { renewalDelayMs } from './reconnect.js';
 import { preferredCodecs, shapeAudio, shapeVideo } from './sending.js';
 
 // The offer that belongs to a viewer may be on its way already.
-const kOfferPatienceMs = 300;
+const kOfferPatienceMs = 2000;
 
 export class ViewerLink {
     // `media` gives what is sent: ready() is a promise, track(kind) a track or null, shape() what the pictures
     // are like. `makePeer()` makes an RTCPeerConnection, `codecs()` lists what the browser can send.
-    constructor({ viewer, name, api, timers, media, makePeer, codecs, onChange }) {
-        Object.assign(this, { viewer, name, api, timers, media, makePeer, codecs, onChange });
+    constructor({ viewer, api, timers, media, makePeer, codecs, onChange }) {
+        Object.assign(this, { viewer, api, timers, media, makePeer, codecs, onChange });
+        this.name = '';
+        this.session = null; // of the host; the same when it comes back
         this.onAir = false;
         this.connected = false;
         this.peer = null;
@@ -21,10 +23,11 @@ export class ViewerLink {
     }
 
     // A new offer always begins anew: it names another transport.
-    async takeOffer(sdp) {
+    async takeOffer(sdp, number) {
         const peer = this.beginPeer();
+        this.offer = number;
         const outbox = new CandidateOutbox((candidates) =>
-            this.api.post('/api/candidates', { viewer: this.viewer, candidates }),
+            this.api.post('/api/candidates', { viewer: this.viewer, offer: number, candidates }),
         );
         peer.onicecandidate = ({ candidate }) => outbox.push(candidateMessage(candidate));
         peer.onconnectionstatechange = () => {
@@ -40,15 +43,17 @@ export class ViewerLink {
             await peer.setLocalDescription(await peer.createAnswer());
             await this.shape(peer);
             if (this.peer !== peer) return;
-            await this.api.post('/api/answer', { viewer: this.viewer, sdp: peer.localDescription.sdp });
+            await this.api.post('/api/answer', { viewer: this.viewer, offer: number, sdp: peer.localDescription.sdp });
             outbox.open();
-        } catch {
-            // An answer that did not arrive is as good as a connection that failed.
-            if (this.peer === peer) this.takeConnectionState('failed');
+        } catch (error) {
+            // An answer that did not arrive is as good as a connection that failed, unless its offer was followed
+            // by another, which is on its way.
+            if (this.peer === peer && error.code !== 'older-offer') this.takeConnectionState('failed');
         }
     }
 
-    takeCandidate({ candidate, sdpMid, sdpMLineIndex }) {
+    takeCandidate({ candidate, sdpMid, sdpMLineIndex, offer }) {
+        if (offer !== this.offer) return;
         this.incoming.push({ candidate, sdpMid, sdpMLineIndex });
     }
 

@@ -1,12 +1,14 @@
 // Who watches, as the machine tells it.
 
 export class Viewers {
-    // `makeLink(viewer, name)` makes a ViewerLink; `onChange()` hears that the list or a tally changed.
+    // `makeLink(viewer)` makes a ViewerLink; `onChange()` hears that the list or a tally changed.
     constructor({ makeLink, onChange }) {
         this.makeLink = makeLink;
         this.onChange = onChange;
-        this.instance = null;
         this.links = new Map();
+        // Connections that still deliver, though the machine's program was started anew and does not know them:
+        // a host keeps its own until it offers again, and so nobody sees the restart.
+        this.orphans = [];
     }
 
     take(name, data) {
@@ -15,16 +17,17 @@ export class Viewers {
                 this.takeHello(data);
                 break;
             case 'viewer':
-                this.linkOf(data.viewer).name = String(data.name ?? '');
+                this.describe(data);
                 break;
             case 'offer':
-                this.linkOf(data.viewer).takeOffer(String(data.sdp ?? ''));
+                this.takeOffer(data);
                 break;
             case 'candidate':
                 this.links.get(data.viewer)?.takeCandidate(data);
                 break;
             case 'tally':
                 this.linkOf(data.viewer).onAir = data.onAir === true;
+                this.forgetOrphan(this.linkOf(data.viewer).session, { closing: false });
                 break;
             case 'gone':
                 this.drop(data.viewer);
@@ -35,27 +38,64 @@ export class Viewers {
         this.onChange();
     }
 
-    // The machine's program was started anew: it knows nobody of before, though the numbers begin again.
-    takeHello({ instance = null, viewers = [] }) {
-        if (instance !== this.instance) this.clear();
-        this.instance = instance;
+    // A line that is not resumed comes from a machine that was started anew, or that takes the page for a new
+    // one: connections of before have no number any more, though the numbers may begin again.
+    takeHello({ resumed = false, viewers = [] }) {
+        if (!resumed) this.orphanAll();
         const known = new Set(viewers.map((entry) => entry.viewer));
         for (const viewer of [...this.links.keys()]) {
             if (!known.has(viewer)) this.drop(viewer);
         }
         for (const entry of viewers) {
-            const link = this.linkOf(entry.viewer);
-            link.name = String(entry.name ?? '');
-            link.onAir = entry.onAir === true;
+            const link = this.describe(entry);
+            link.onAir = entry.onAir === true || (!resumed && this.inheritedTally(link.session));
             link.expectOffer();
             link.retryNow();
         }
     }
 
+    // Hosts tell changes of the tally only: one that comes back to a machine that forgot it says nothing.
+    describe({ viewer, name, session }) {
+        const isNew = !this.links.has(viewer);
+        const link = this.linkOf(viewer);
+        link.name = String(name ?? '');
+        link.session = session ?? null;
+        if (isNew) link.onAir = this.inheritedTally(link.session);
+        return link;
+    }
+
+    takeOffer({ viewer, offer, sdp }) {
+        const link = this.linkOf(viewer);
+        this.forgetOrphan(link.session, { closing: true });
+        link.takeOffer(String(sdp ?? ''), offer);
+    }
+
+    orphanAll() {
+        for (const link of this.links.values()) {
+            if (link.connected && link.session) this.orphans.push(link);
+            else link.close();
+        }
+        this.links.clear();
+    }
+
+    inheritedTally(session) {
+        return this.orphans.some((orphan) => orphan.session === session && orphan.onAir);
+    }
+
+    // Its host speaks again: its tally counts no more, and with a new offer its connection neither.
+    forgetOrphan(session, { closing }) {
+        for (const orphan of this.orphans) {
+            if (orphan.session !== session) continue;
+            orphan.onAir = false;
+            if (closing) orphan.close();
+        }
+        if (closing) this.orphans = this.orphans.filter((orphan) => orphan.session !== session);
+    }
+
     linkOf(viewer) {
         let link = this.links.get(viewer);
         if (!link) {
-            link = this.makeLink(viewer, '');
+            link = this.makeLink(viewer);
             this.links.set(viewer, link);
         }
         return link;
@@ -67,10 +107,21 @@ export class Viewers {
     }
 
     clear() {
-        for (const viewer of [...this.links.keys()]) this.drop(viewer);
+        this.orphanAll();
+        for (const orphan of this.orphans.splice(0)) orphan.close();
     }
 
     list() {
-        return [...this.links.values()];
+        for (const orphan of this.orphans) {
+            if (!orphan.connected) orphan.close();
+        }
+        this.orphans = this.orphans.filter((orphan) => orphan.connected);
+        return [...this.links.values(), ...this.orphans];
+    }
+
+    names() {
+        const named = this.list().filter((link) => link.name !== '');
+        const bySession = new Map(named.map((link) => [link.session ?? link, link.name]));
+        return [...bySession.values()];
     }
 }

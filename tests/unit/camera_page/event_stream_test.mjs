@@ -29,6 +29,18 @@ test('every cut of the text gives the same events', () => {
     }
 });
 
+test('the last identifier is that of the last event that was complete', () => {
+    const reader = new EventStreamReader(() => {});
+    reader.feed('id: 5\ndata: a\n\n');
+    assert.equal(reader.lastId, '5');
+    reader.feed('data: b\n\n');
+    assert.equal(reader.lastId, '5');
+    reader.feed('id: 6\ndata: c\n');
+    assert.equal(reader.lastId, '5');
+    reader.feed('\n');
+    assert.equal(reader.lastId, '6');
+});
+
 test('comments and events without data say nothing', () => {
     assert.deepEqual(read([': \n\n', 'event: viewer\n\n', ':\n']), []);
 });

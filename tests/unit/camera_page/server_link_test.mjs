@@ -4,6 +4,8 @@ import { test } from 'node:test';
 import { ServerLink } from '../../../apps/petrel/page/server_link.js';
 import { VirtualTimers } from './virtual_timers.mjs';
 
+const kNothingYet = '18446744073709551615';
+
 // The machine: every request waits until the test answers it.
 class Machine {
     constructor() {
@@ -72,7 +74,21 @@ test('the line is open with the first hello, and events are passed on', async ()
     world.machine.last.say('event: tally\ndata: {"viewer":1,"onAir":true}\n\n');
     await world.timers.settle();
     assert.deepEqual(world.heard, [['hello', { viewers: [] }], ['tally', { viewer: 1, onAir: true }]]);
-    assert.equal(world.machine.requests[0].url, '/api/events?tab=tab-1');
+    assert.equal(world.machine.requests[0].url, `/api/events?tab=tab-1&last=${kNothingYet}`);
+});
+
+test('a line that comes back goes on after the last event that was heard', async () => {
+    const world = setUp();
+    await opened(world);
+    world.machine.last.say('id: 17\nevent: tally\ndata: {"viewer":1,"onAir":true}\n\nid: 18\nevent: gone\n');
+    await world.timers.settle();
+    world.machine.last.close();
+    await world.timers.advance(500);
+    assert.equal(world.machine.last.url, '/api/events?tab=tab-1&last=17');
+    world.link.stop();
+    world.link.start();
+    await world.timers.settle();
+    assert.match(world.machine.last.url, new RegExp(`last=${kNothingYet}$`), 'a page that rested begins anew');
 });
 
 test('events that are no objects are dropped', async () => {
@@ -188,7 +204,7 @@ test('taking over is said once, and not again after the line was lost', async ()
     await world.timers.settle();
     world.machine.last.close();
     await world.timers.advance(500);
-    assert.equal(world.machine.last.url, '/api/events?tab=tab-1');
+    assert.doesNotMatch(world.machine.last.url, /take/);
 });
 
 for (const name of ['taken', 'revoked']) {

@@ -83,7 +83,6 @@ function setUp({ tracks = { video: { kind: 'video' }, audio: { kind: 'audio' } }
     world.tellReady = () => tellReady();
     world.link = new ViewerLink({
         viewer: 7,
-        name: 'Halyard',
         api: {
             post: (path, body) => {
                 world.posts.push([path, body]);
@@ -109,7 +108,7 @@ function setUp({ tracks = { video: { kind: 'video' }, audio: { kind: 'audio' } }
 
 test('an offer is answered with the tracks that it asks for', async () => {
     const world = setUp();
-    await world.link.takeOffer('video audio');
+    await world.link.takeOffer('video audio', 3);
     await world.timers.settle();
     const [video, audio] = world.peers[0].transceivers;
     assert.deepEqual([video.sender.track, audio.sender.track], [world.tracks.video, world.tracks.audio]);
@@ -117,8 +116,8 @@ test('an offer is answered with the tracks that it asks for', async () => {
     assert.deepEqual(video.codecs.map((codec) => codec.mimeType), ['video/H264', 'video/VP8']);
     assert.equal(video.sender.parameters.degradationPreference, 'maintain-resolution');
     assert.deepEqual(world.posts, [
-        ['/api/answer', { viewer: 7, sdp: 'answer to video audio' }],
-        ['/api/candidates', { viewer: 7, candidates: [{ candidate: 'mine', sdpMid: 'video0', sdpMLineIndex: 0 }] }],
+        ['/api/answer', { viewer: 7, offer: 3, sdp: 'answer to video audio' }],
+        ['/api/candidates', { viewer: 7, offer: 3, candidates: [{ candidate: 'mine', sdpMid: 'video0', sdpMLineIndex: 0 }] }],
     ]);
 });
 
@@ -134,10 +133,11 @@ test('nothing is answered before there is a picture', async () => {
 
 test('candidates of the host wait for the description of their offer', async () => {
     const world = setUp();
-    const offered = world.link.takeOffer('video');
-    world.link.takeCandidate({ candidate: 'a', sdpMid: '0', sdpMLineIndex: 0 });
+    const offered = world.link.takeOffer('video', 2);
+    world.link.takeCandidate({ candidate: 'a', sdpMid: '0', sdpMLineIndex: 0, offer: 2 });
     await offered;
-    world.link.takeCandidate({ candidate: 'b', sdpMid: '0', sdpMLineIndex: 0 });
+    world.link.takeCandidate({ candidate: 'b', sdpMid: '0', sdpMLineIndex: 0, offer: 2 });
+    world.link.takeCandidate({ candidate: 'old', sdpMid: '0', sdpMLineIndex: 0, offer: 1 });
     await world.timers.settle();
     assert.deepEqual(world.peers[0].added, ['a', 'b']);
 });
@@ -232,6 +232,16 @@ test('an answer that does not arrive is as good as a failed connection', async (
     assert.deepEqual(world.paths(), ['/api/answer', '/api/renew']);
 });
 
+test('an answer to an offer that was followed by another is forgotten', async () => {
+    const world = setUp();
+    world.answer = async () => {
+        throw Object.assign(new Error('409'), { code: 'older-offer' });
+    };
+    await world.link.takeOffer('video', 1);
+    await world.timers.advance(60_000);
+    assert.deepEqual(world.paths(), ['/api/answer']);
+});
+
 test('an offer that cannot be read asks for another', async () => {
     const world = setUp();
     await world.link.takeOffer('broken');
@@ -242,12 +252,12 @@ test('an offer that cannot be read asks for another', async () => {
 test('a page that was loaded anew asks for an offer, unless one is on its way', async () => {
     const asking = setUp();
     asking.link.expectOffer();
-    await asking.timers.advance(300);
+    await asking.timers.advance(2000);
     assert.deepEqual(asking.paths(), ['/api/renew']);
 
     const served = setUp();
     served.link.expectOffer();
-    await served.timers.advance(299);
+    await served.timers.advance(1999);
     await served.link.takeOffer('video');
     await served.timers.advance(60_000);
     assert.equal(served.paths().includes('/api/renew'), false);
