@@ -1,139 +1,18 @@
 #include "tests/e2e/browser/BrowserPhone.h"
 
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <cstdio>
-#include <nlohmann/json.hpp>
-
 namespace browser {
 namespace {
 
-PhoneEvent ParseLine(const std::string& line) {
-    PhoneEvent event;
-    event.text = line;
-    const auto object = nlohmann::json::parse(line, nullptr, false);
-    if (!object.is_object()) return event;
-    const auto text = [&object](const char* key) {
-        const auto found = object.find(key);
-        return found != object.end() && found->is_string() ? found->get<std::string>() : std::string();
-    };
-    event.name = text("event");
-    event.state = text("state");
-    event.codec = text("codec");
-    event.encoder = text("encoder");
-    const auto value = object.find("value");
-    event.value = value != object.end() && value->is_boolean() && value->get<bool>();
-    return event;
-}
-
-// Starts node with pipes on its standard input and output; -1 when that fails.
-pid_t Spawn(std::vector<std::string> arguments, int input, int output) {
-    std::vector<char*> raw;
-    for (std::string& argument : arguments)
-        raw.push_back(argument.data());
-    raw.push_back(nullptr);
-
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
-    pid_t child = -1;
-    if (posix_spawnp(&child, raw[0], &actions, nullptr, raw.data(), environ) != 0) child = -1;
-    posix_spawn_file_actions_destroy(&actions);
-    return child;
+std::vector<std::string> Words(const BrowserPhoneOptions& options) {
+    std::vector<std::string> words = {KESTREL_BROWSER_PHONE, "--listen", options.address,       "--video",
+                                      options.cameraFile,    "--audio",  options.microphoneFile};
+    if (!options.codec.empty()) words.insert(words.end(), {"--codec", options.codec});
+    if (options.onlyThatCodec) words.emplace_back("--only");
+    return words;
 }
 
 }  // namespace
 
-BrowserPhone::BrowserPhone(const BrowserPhoneOptions& options) {
-    int input[2] = {-1, -1};
-    int output[2] = {-1, -1};
-    if (pipe2(input, O_CLOEXEC) != 0 || pipe2(output, O_CLOEXEC) != 0) {
-        std::perror("pipe2");
-        std::abort();
-    }
-    std::vector<std::string> arguments = {
-        "node",    KESTREL_BROWSER_PHONE, "--listen", options.address,
-        "--video", options.cameraFile,    "--audio",  options.microphoneFile};
-    if (!options.codec.empty()) arguments.insert(arguments.end(), {"--codec", options.codec});
-    if (options.onlyThatCodec) arguments.push_back("--only");
-    child = Spawn(std::move(arguments), input[0], output[1]);
-    close(input[0]);
-    close(output[1]);
-    childInput = input[1];
-    childOutput = output[0];
-    reader = std::thread([this] { ReadLines(); });
-}
-
-// The end of its input ends the child, also when this process dies.
-BrowserPhone::~BrowserPhone() {
-    close(childInput);
-    reader.join();
-    close(childOutput);
-    if (child > 0) waitpid(child, nullptr, 0);
-}
-
-void BrowserPhone::Freeze() {
-    const std::string command = "freeze\n";
-    if (write(childInput, command.data(), command.size()) < 0) std::perror("write");
-}
-
-std::size_t BrowserPhone::Count(const std::string& name) const {
-    const support::MutexLock lock(mutex);
-    return static_cast<std::size_t>(std::count_if(
-        events.begin(), events.end(), [&name](const PhoneEvent& event) { return event.name == name; }));
-}
-
-void BrowserPhone::ReadLines() {
-    std::string pending;
-    char buffer[4096];
-    ssize_t count = 0;
-    while ((count = read(childOutput, buffer, sizeof buffer)) > 0) {
-        pending.append(buffer, static_cast<std::size_t>(count));
-        for (std::size_t end = 0; (end = pending.find('\n')) != std::string::npos;
-             pending.erase(0, end + 1)) {
-            PhoneEvent event = ParseLine(pending.substr(0, end));
-            const support::MutexLock lock(mutex);
-            events.push_back(std::move(event));
-            changed.NotifyAll();
-        }
-    }
-    const support::MutexLock lock(mutex);
-    ended = true;
-    changed.NotifyAll();
-}
-
-bool BrowserPhone::WaitFor(const Predicate& fits, std::chrono::seconds limit) {
-    const auto deadline = std::chrono::steady_clock::now() + limit;
-    const support::MutexLock lock(mutex);
-    while (std::none_of(events.begin(), events.end(), fits)) {
-        if (ended || !changed.WaitUntil(mutex, deadline))
-            return std::any_of(events.begin(), events.end(), fits);
-    }
-    return true;
-}
-
-bool BrowserPhone::WaitFor(const std::string& name, std::chrono::seconds limit) {
-    return WaitFor([&name](const PhoneEvent& event) { return event.name == name; }, limit);
-}
-
-PhoneEvent BrowserPhone::Latest(const std::string& name) const {
-    const support::MutexLock lock(mutex);
-    const auto found = std::find_if(events.rbegin(), events.rend(),
-                                    [&name](const PhoneEvent& event) { return event.name == name; });
-    return found != events.rend() ? *found : PhoneEvent();
-}
-
-std::string BrowserPhone::Transcript() const {
-    const support::MutexLock lock(mutex);
-    std::string all;
-    for (const PhoneEvent& event : events)
-        all += event.text + "\n";
-    return all;
-}
+BrowserPhone::BrowserPhone(const BrowserPhoneOptions& options) : NodeProgram(Words(options)) {}
 
 }  // namespace browser

@@ -8,8 +8,7 @@
 #include <string>
 
 #include "tests/e2e/browser/BrowserPhone.h"
-#include "tests/e2e/browser/PulledMedia.h"
-#include "tests/e2e/host/HostHarness.h"
+#include "tests/e2e/browser/CameraExpectations.h"
 #include "tests/e2e/own_address.h"
 
 namespace browser {
@@ -20,11 +19,6 @@ using namespace std::chrono_literals;
 const std::string kAddress = e2e::OwnAddress(0);
 constexpr auto kLaunchLimit = 60s;  // a browser on a busy machine
 constexpr auto kMediaLimit = 30s;
-constexpr double kSharpEnough = 32;  // dB
-constexpr int kLumaTolerance = 3;
-constexpr int kColourTolerance = 6;  // coders spend few bits on it
-constexpr double kToneShare = 0.95;
-constexpr double kLevelTolerance = 0.03;
 
 class BrowserTest : public testing::Test {
 protected:
@@ -61,57 +55,12 @@ protected:
         return sending.codec;
     }
 
-    // A browser begins with few bits and sharpens: waits for a picture that is as good as asked, and returns
-    // the best that was seen.
-    double BestSharpness(double wanted) {
-        double best = 0;
-        const auto look = [this, &best, wanted] {
-            const auto picture = media->LatestPicture();
-            const auto number = picture ? FrameNumberOf(*picture) : std::nullopt;
-            if (number) best = std::max(best, LumaSignalToNoise(*picture, *number));
-            return best >= wanted;
-        };
-        host.RunUntil(look, kMediaLimit);
-        return best;
-    }
-
-    void ExpectCameraColours() {
-        const auto picture = media->LatestPicture();
-        ASSERT_TRUE(picture);
-        for (const Patch& patch : kPatches) {
-            const Colour mean = MeanColour(*picture, patch.area);
-            EXPECT_NEAR(mean.luma, patch.colour.luma, kLumaTolerance) << patch.name;
-            EXPECT_NEAR(mean.blueDifference, patch.colour.blueDifference, kColourTolerance) << patch.name;
-            EXPECT_NEAR(mean.redDifference, patch.colour.redDifference, kColourTolerance) << patch.name;
-        }
-    }
-
-    void ExpectEveryFrameArrives() {
-        const auto all = [this] { return media->FrameNumbers().size() == kCameraFrames; };
-        EXPECT_TRUE(host.RunUntil(all, kMediaLimit))
-            << "only " << media->FrameNumbers().size() << " of the camera's " << kCameraFrames << " frames";
-    }
-
-    void ExpectTone() {
-        Tone left;
-        Tone right;
-        const auto found = [this, &left, &right] {
-            left = MeasureSteadyTone(media->LatestSecondLeft(), kToneHertz);
-            right = MeasureSteadyTone(media->LatestSecondRight(), kToneHertz);
-            return left.share > kToneShare && right.share > kToneShare;
-        };
-        EXPECT_TRUE(host.RunUntil(found, kMediaLimit))
-            << "share of the tone " << left.share << ", " << right.share;
-        EXPECT_NEAR(left.level, kToneLevel, kLevelTolerance);
-        EXPECT_NEAR(right.level, kToneLevel, kLevelTolerance);
-        std::cout << "tone level " << left.level << ", share " << left.share << "\n";
-    }
-
     std::filesystem::path folder;
     std::unique_ptr<BrowserPhone> phone;
     std::shared_ptr<PulledMedia> media = std::make_shared<PulledMedia>();
     e2e::HostHarness host;
     std::shared_ptr<host_runtime::Source> source;
+    const CameraExpectations expect{host, *media};
 };
 
 class BrowserPicture : public BrowserTest, public testing::WithParamInterface<const char*> {};
@@ -124,12 +73,10 @@ TEST_P(BrowserPicture, IsWhatItsCameraSaw) {
     if (*GetParam() != '\0') {
         EXPECT_EQ(codec, GetParam());
     }
-    const double sharpness = BestSharpness(kSharpEnough);
-    std::cout << "luma against the camera's frame " << sharpness << " dB\n";
-    EXPECT_GE(sharpness, kSharpEnough);
-    ExpectCameraColours();
-    ExpectEveryFrameArrives();
-    ExpectTone();
+    expect.SharpPictures();
+    expect.CameraColours();
+    expect.EveryFrame();
+    expect.CleanTone();
 }
 
 INSTANTIATE_TEST_SUITE_P(OfEachCodec, BrowserPicture, testing::Values("", "H264", "VP8", "VP9"),
@@ -143,8 +90,7 @@ TEST_F(BrowserTest, MayAnswerWithVp9Alone) {
     ASSERT_NO_FATAL_FAILURE(Connect());
     EXPECT_EQ(phone->Latest("answered").codec, "VP9") << phone->Transcript();
     EXPECT_EQ(SentCodec(), "VP9");
-    const double sharpness = BestSharpness(kSharpEnough);
-    EXPECT_GE(sharpness, kSharpEnough);
+    expect.SharpPictures();
 }
 
 TEST_F(BrowserTest, ACameraThatIsTakenAwayIsNegotiatedAnew) {
@@ -161,7 +107,7 @@ TEST_F(BrowserTest, ACameraThatIsTakenAwayIsNegotiatedAnew) {
     const auto standing = number();
     EXPECT_TRUE(host.RunUntil([&] { return number() && number() != standing; }, kMediaLimit))
         << phone->Transcript();
-    ExpectEveryFrameArrives();
+    expect.EveryFrame();
 }
 
 TEST_F(BrowserTest, TallyLightFollowsTheHost) {
