@@ -54,9 +54,9 @@ struct HttpsServerOptions {
     std::uint16_t port = 0;  // 0 lets the system choose
     std::size_t maximumHeaderBytes = std::size_t{16} << 10;
     std::size_t maximumBodyBytes = std::size_t{16} << 10;
-    std::size_t maximumConnections = 256;  // more are turned away
-    std::size_t maximumConnectionsOfAnAddress = 16;
-    bool limitsThisMachineToo = false;  // else its own addresses may have all connections
+    std::size_t maximumConnections = 256;            // more are turned away
+    std::size_t maximumConnectionsOfAnAddress = 64;  // phones behind one router share it
+    bool limitsThisMachineToo = false;               // else its own addresses may have all connections
     std::size_t maximumQueuedBytes = std::size_t{1}
                                      << 20;  // an event stream that lets more pile up is dropped
     std::chrono::milliseconds requestLimit{
