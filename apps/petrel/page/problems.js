@@ -47,10 +47,10 @@ export function browserProblem({ isSecure, hasCamera, hasPeers, hasStreams }) {
     return null;
 }
 
-// A problem of these kinds ends by itself, when the person elsewhere or the machine does something; after the
-// others the page would be refused again and again.
+// What only a person can mend. Everything else passes: even an address that is not the machine's is so for a few
+// seconds after the machine's own network came back.
 export function endsTrying(problem) {
-    return problem === 'not-paired' || problem === 'open-elsewhere' || problem === 'wrong-origin';
+    return problem === 'not-paired' || problem === 'open-elsewhere';
 }
 
 // Of everything that is wrong at once, the one sentence that helps most, and what the person can do about it:
@@ -58,7 +58,6 @@ export function endsTrying(problem) {
 export function shownProblem({ browser, link, camera, warning, isOnline }) {
     if (browser) return { name: browser, action: null, isRetrying: false };
     if (link === 'open-elsewhere' || link === 'taken') return { name: link, action: 'take', isRetrying: false };
-    if (link === 'wrong-origin') return { name: link, action: null, isRetrying: false };
     if (camera) {
         const isMendedByItself = camera === 'camera-paused';
         return { name: camera, action: isMendedByItself ? null : 'retry', isRetrying: false };

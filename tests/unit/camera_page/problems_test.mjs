@@ -49,8 +49,8 @@ test('refusals of the machine keep their own names', () => {
 });
 
 test('only what a new attempt cannot mend ends the trying', () => {
-    for (const problem of ['not-paired', 'open-elsewhere', 'wrong-origin']) assert.equal(endsTrying(problem), true);
-    for (const problem of ['slow-down', 'too-many', 'machine-failed']) assert.equal(endsTrying(problem), false);
+    for (const problem of ['not-paired', 'open-elsewhere']) assert.equal(endsTrying(problem), true);
+    for (const problem of ['slow-down', 'too-many', 'machine-failed', 'wrong-origin']) assert.equal(endsTrying(problem), false);
 });
 
 test('a browser that lacks something says so', () => {
