@@ -150,6 +150,8 @@ HttpAnswer Hub::AnswerForPhone(const HttpRequest& request, const PairedPhone& ph
 
 void Hub::Tick() {
     RefreshBook();
+    // A change of our own may have read what somebody else had just written.
+    CloseRevoked();
     CloseAbandoned();
     TouchOpen();
     if (code.RenewWhenExpired(surroundings.live.now()) && surroundings.onNewCode) surroundings.onNewCode();

@@ -103,6 +103,7 @@ void HubFixture::MakeHub(std::vector<std::string> phoneAddresses) {
     surroundings.calendarTime = [this] { return calendar; };
     surroundings.announce = [this](const petrel::AnnouncedPhone& phone) {
         announcements.push_back("+" + phone.name + " " + phone.address);
+        if (whileAnnouncing) whileAnnouncing();
     };
     surroundings.withdraw = [this](const std::string& address) { announcements.push_back("-" + address); };
     surroundings.onRefused = [this](const std::string& address, const std::string& reason) {

@@ -111,6 +111,7 @@ protected:
     std::map<std::string, web_server::WebSocketHandlers> listening;  // by address
     std::string refusedAddress;                                      // cannot be listened on
     std::vector<std::string> announcements;                          // "+name address" and "-address"
+    std::function<void()> whileAnnouncing;
     int newCodes = 0;
     std::vector<std::string> refusals;
     std::string remoteAddress = "192.0.2.50";

@@ -175,6 +175,20 @@ TEST_F(Pairing, IsUndoneByAnotherProcessAtOnce) {
     EXPECT_TRUE(IsListening("127.0.1.2"));
 }
 
+TEST_F(Pairing, IsUndoneByAnotherProcessWhileThePageOpens) {
+    const std::string anna = Pair("Anna");
+    whileAnnouncing = [this] {
+        std::string error;
+        auto book = petrel::PhoneBook::Open(temporary.State(), error);
+        book->Update([](std::vector<petrel::PairedPhone>& phones) { phones.clear(); }, error);
+    };
+    const auto page = OpenPage(anna);
+    hub->Tick();
+    EXPECT_EQ(page->Names().back(), "revoked");
+    EXPECT_TRUE(page->ended);
+    EXPECT_FALSE(IsListening("127.0.1.1"));
+}
+
 TEST_F(Pairing, ChangesAPhonesName) {
     const std::string cookie = Pair("Anna");
     Pair("Ben");
