@@ -10,6 +10,7 @@
 #include "webrtc_gstreamer/GstPointers.h"
 #include "webrtc_gstreamer/Log.h"
 #include "webrtc_gstreamer/PictureReader.h"
+#include "webrtc_gstreamer/SharedPictures.h"
 
 namespace webrtc_gstreamer {
 namespace {
@@ -137,21 +138,10 @@ GstPadProbeReturn OnSinkEvent(GstPad*, GstPadProbeInfo* probe, gpointer data) {
     return GST_PAD_PROBE_OK;
 }
 
-// Without this answer the decoder would copy each picture: into a buffer without padding when the rows may
-// not be padded, and, without a pool that it may pad, whenever the height is no multiple of 16 (1080 is
-// none).
 GstPadProbeReturn OnAllocationQuery(GstPad*, GstPadProbeInfo* probe, gpointer) {
     GstQuery* query = gst_pad_probe_info_get_query(probe);
     if (GST_QUERY_TYPE(query) != GST_QUERY_ALLOCATION) return GST_PAD_PROBE_OK;
-    gst_query_add_allocation_meta(query, GST_VIDEO_META_API_TYPE, nullptr);
-    GstCaps* caps = nullptr;
-    gst_query_parse_allocation(query, &caps, nullptr);
-    GstVideoInfo info;
-    if (caps != nullptr && gst_video_info_from_caps(&info, caps) != FALSE) {
-        GstBufferPool* pool = gst_video_buffer_pool_new();
-        gst_query_add_allocation_pool(query, pool, static_cast<guint>(info.size), 0, 0);
-        gst_object_unref(pool);
-    }
+    AnswerAllocation(query);
     return GST_PAD_PROBE_HANDLED;
 }
 
