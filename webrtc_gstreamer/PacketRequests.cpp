@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <vector>
 
@@ -22,16 +22,14 @@ constexpr GstClockTime kNsPerUs = 1000;
 // An alarm that is set for about the same time will do.
 constexpr std::int64_t kAlarmSlackUs = 500;
 
-// Belongs to the jitter buffer, its probe and its alarm together. The alarm rings on the clock's own thread,
-// the one that GStreamer has for all of them.
-class PacketRequests : public std::enable_shared_from_this<PacketRequests> {
+// Belongs to the jitter buffer, its probe and its alarm together, and counts them itself: an alarm is set for
+// nearly every picture, and may allocate nothing. It rings on the clock's own thread, the one that GStreamer
+// has for all of them.
+class PacketRequests {
 public:
+    // Belongs to the caller.
     explicit PacketRequests(GstPad* packets) : clock(gst_system_clock_obtain()) {
         g_weak_ref_init(&pad, packets);
-    }
-    ~PacketRequests() {
-        g_weak_ref_clear(&pad);
-        gst_object_unref(clock);
     }
     PacketRequests(const PacketRequests&) = delete;
     PacketRequests& operator=(const PacketRequests&) = delete;
@@ -50,12 +48,20 @@ public:
         StopAlarm();
     }
 
-private:
-    using Shared = std::shared_ptr<PacketRequests>;
-    gpointer Share() { return new Shared(shared_from_this()); }
     static void Release(gpointer data) {
         const Crossing crossing;
-        delete static_cast<Shared*>(data);
+        auto* const self = static_cast<PacketRequests*>(data);
+        if (--self->owners == 0) delete self;
+    }
+
+private:
+    ~PacketRequests() {
+        g_weak_ref_clear(&pad);
+        gst_object_unref(clock);
+    }
+    gpointer Share() {
+        ++owners;
+        return this;
     }
 
     static GstPadProbeReturn OnPackets(GstPad*, GstPadProbeInfo* probe, gpointer data);
@@ -69,6 +75,7 @@ private:
     void StopAlarm() REQUIRES(mutex);
     static void Ask(GstPad* pad, std::uint16_t number);
 
+    std::atomic<int> owners{1};
     GWeakRef pad;
     GstClock* const clock;
     support::Mutex mutex;
@@ -81,7 +88,7 @@ private:
 
 GstPadProbeReturn PacketRequests::OnPackets(GstPad* from, GstPadProbeInfo* probe, gpointer data) {
     const Crossing crossing;
-    PacketRequests& self = **static_cast<Shared*>(data);
+    PacketRequests& self = *static_cast<PacketRequests*>(data);
     if ((GST_PAD_PROBE_INFO_TYPE(probe) & GST_PAD_PROBE_TYPE_BUFFER_LIST) != 0) {
         GstBufferList* list = gst_pad_probe_info_get_buffer_list(probe);
         for (guint index = 0; index < gst_buffer_list_length(list); ++index)
@@ -95,7 +102,7 @@ GstPadProbeReturn PacketRequests::OnPackets(GstPad* from, GstPadProbeInfo* probe
 
 gboolean PacketRequests::OnAlarm(GstClock*, GstClockTime, GstClockID id, gpointer data) {
     const Crossing crossing;
-    const Shared self = *static_cast<Shared*>(data);
+    auto* const self = static_cast<PacketRequests*>(data);
     {
         const support::MutexLock lock(self->mutex);
         if (self->alarm == id) self->StopAlarm();
@@ -178,15 +185,15 @@ void PacketRequests::Ask(GstPad* pad, std::uint16_t number) {
 void RequestLostPackets(GstElement* jitterBuffer) {
     const PadPointer packets(gst_element_get_static_pad(jitterBuffer, "sink"));
     if (!packets) return;
-    const auto requests = std::make_shared<PacketRequests>(packets.get());
+    auto* const requests = new PacketRequests(packets.get());
     requests->Begin();
-    g_object_set_data_full(G_OBJECT(jitterBuffer), kKey, new std::shared_ptr<PacketRequests>(requests),
-                           [](gpointer data) {
-                               const Crossing crossing;
-                               auto* owned = static_cast<std::shared_ptr<PacketRequests>*>(data);
-                               (*owned)->End();
-                               delete owned;
-                           });
+    g_object_set_data_full(G_OBJECT(jitterBuffer), kKey, requests, [](gpointer data) {
+        {
+            const Crossing crossing;
+            static_cast<PacketRequests*>(data)->End();
+        }
+        PacketRequests::Release(data);
+    });
 }
 
 }  // namespace webrtc_gstreamer
