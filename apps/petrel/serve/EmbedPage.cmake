@@ -1,8 +1,5 @@
-# Writes the files of a folder into one C++ source: cmake -DFOLDER=... -DOUTPUT=... -P EmbedPage.cmake
+# Writes files of a folder into one C++ source: cmake -DFOLDER=... -DFILES=... -DOUTPUT=... -P EmbedPage.cmake
 # index.html becomes "/", operator.html "/operator", everything else "/page/<path>".
-file(GLOB_RECURSE files RELATIVE "${FOLDER}" "${FOLDER}/*")
-list(SORT files)
-
 set(types
     "html=text/html\\; charset=utf-8" "css=text/css\\; charset=utf-8" "js=text/javascript\\; charset=utf-8"
     "svg=image/svg+xml")
@@ -10,7 +7,7 @@ set(types
 set(arrays "")
 set(table "")
 set(count 0)
-foreach(file IN LISTS files)
+foreach(file IN LISTS FILES)
     string(REGEX MATCH "[^.]*$" extension "${file}")
     set(type "")
     foreach(entry IN LISTS types)
@@ -19,7 +16,7 @@ foreach(file IN LISTS files)
         endif()
     endforeach()
     if(type STREQUAL "")
-        continue()  # not for browsers
+        message(FATAL_ERROR "${file} is of no type that browsers are told")
     endif()
     if(file STREQUAL "index.html")
         set(path "/")
