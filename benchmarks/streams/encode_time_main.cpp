@@ -79,7 +79,7 @@ int main(int argc, char** argv) {
     for (int picture = 0; picture < kPictures; ++picture) {
         stampedAtUs.push_back(benchmarks::NowUs());
         const auto mediaTime = kPeriod * picture;
-        encoder->PushPicture(pattern.NextPicture(mediaTime.count()),
+        encoder->PushPicture(pattern.NextPicture(mediaTime.count()), petrel::Posture::AsAsked,
                              static_cast<GstClockTime>(std::chrono::nanoseconds(mediaTime).count()));
         due += kPeriod;
         std::this_thread::sleep_until(due);
