@@ -115,7 +115,7 @@ TEST(DefaultStateFolder, FollowsTheXdgVariables) {
     const std::string state = before != nullptr ? before : "";
     setenv("XDG_STATE_HOME", "/somewhere/state", 1);
     EXPECT_EQ(DefaultStateFolder(), "/somewhere/state/petrel/serve");
-    setenv("XDG_STATE_HOME", "relative", 1);  // to be ignored, says the base directory specification
+    setenv("XDG_STATE_HOME", "relative", 1);  // only absolute paths count (XDG base directories)
     EXPECT_EQ(DefaultStateFolder(), std::filesystem::path(std::getenv("HOME")) / ".local/state/petrel/serve");
     if (before != nullptr) {
         setenv("XDG_STATE_HOME", state.c_str(), 1);
