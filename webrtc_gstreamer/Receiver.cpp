@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "webrtc_gstreamer/Crossing.h"
+#include "webrtc_gstreamer/DecoderThreads.h"
 #include "webrtc_gstreamer/GstPointers.h"
 #include "webrtc_gstreamer/Log.h"
 #include "webrtc_gstreamer/PictureReader.h"
@@ -15,8 +16,8 @@
 namespace webrtc_gstreamer {
 namespace {
 
-// A chain in gst-launch's notation. The decoder works on one thread without reordering delay; the queue
-// after it drops old pictures when a sink is slow, never undecoded data.
+// A chain in gst-launch's notation. The decoder works without reordering delay; the queue after it drops old
+// pictures when a sink is slow, never undecoded data.
 struct Chain {
     const char* encoding;
     bool video;
@@ -26,15 +27,15 @@ struct Chain {
 constexpr Chain kChains[] = {
     {"H264", true,
      "rtph264depay request-keyframe=true wait-for-keyframe=true ! h264parse disable-passthrough=true ! "
-     "avdec_h264 max-threads=1 thread-type=slice output-corrupt=false max-errors=-1 "
+     "avdec_h264 thread-type=slice output-corrupt=false max-errors=-1 "
      "automatic-request-sync-points=true name=decoder"},
     {"VP8", true,
      "rtpvp8depay request-keyframe=true wait-for-keyframe=true ! "
-     "avdec_vp8 max-threads=1 thread-type=slice output-corrupt=false max-errors=-1 "
+     "avdec_vp8 thread-type=slice output-corrupt=false max-errors=-1 "
      "automatic-request-sync-points=true name=decoder"},
     {"VP9", true,
      "rtpvp9depay request-keyframe=true wait-for-keyframe=true ! "
-     "avdec_vp9 max-threads=1 thread-type=slice output-corrupt=false max-errors=-1 "
+     "avdec_vp9 thread-type=slice output-corrupt=false max-errors=-1 "
      "automatic-request-sync-points=true name=decoder"},
     {"OPUS", false, "rtpopusdepay ! opusdec plc=true use-inband-fec=true max-errors=-1"},
 };
@@ -158,6 +159,8 @@ GstPadProbeReturn OnCapsQuery(GstPad*, GstPadProbeInfo* probe, gpointer) {
 void ConnectVideo(GstElement* bin, const std::shared_ptr<VideoTrack>& track) {
     auto* output = new VideoOutput(track);
     {
+        const ElementPointer decoder(gst_bin_get_by_name(GST_BIN(bin), "decoder"));
+        SetThreadsBySize(decoder.get());
         const ElementPointer queue(gst_bin_get_by_name(GST_BIN(bin), "output"));
         const PadPointer pad(gst_element_get_static_pad(queue.get(), "sink"));
         gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_QUERY_DOWNSTREAM, OnAllocationQuery, nullptr,

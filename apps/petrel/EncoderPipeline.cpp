@@ -11,14 +11,12 @@ namespace {
 
 // Key pictures also come by themselves, for clients that lost one and cannot say so.
 constexpr int kSecondsBetweenKeyPictures = 2;
-// One thread codes this many in a fraction of a frame's time; more would only take time from the rest of the
-// machine. VP9 takes about three times as long for a picture.
-constexpr int kSingleThreadPixels = 1920 * 1088;
-constexpr int kSingleThreadPixelsVp9 = 1280 * 720;
+// One thread codes this many in a fraction of a frame's time. Above it two of them share each picture, so
+// that it is not older when it leaves.
+constexpr int kSingleThreadPixels = 1280 * 720;
 
 int EncoderThreads(const SimulateOptions& options) {
-    const int most = options.codec == VideoCodec::Vp9 ? kSingleThreadPixelsVp9 : kSingleThreadPixels;
-    return options.width * options.height > most ? 2 : 1;
+    return options.width * options.height > kSingleThreadPixels ? 2 : 1;
 }
 
 std::string VideoDescription(const SimulateOptions& options) {

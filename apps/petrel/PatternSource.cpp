@@ -53,7 +53,9 @@ GstHandle<GstBuffer> PatternSource::NextPicture(std::int64_t mediaTimeUs) {
         view.planes[plane] = static_cast<std::uint8_t*>(GST_VIDEO_FRAME_PLANE_DATA(&frame, plane));
         view.strides[plane] = GST_VIDEO_FRAME_PLANE_STRIDE(&frame, plane);
     }
-    canvas.pattern.Paint(view, {nextFrameNumber++, SteadyTimeUs()}, mediaTimeUs);
+    canvas.pattern.Paint(view, mediaTimeUs);
+    // Last, as a camera's picture exists when it has been read out: its age begins here.
+    canvas.pattern.PaintStamp(view, {nextFrameNumber++, SteadyTimeUs()});
     gst_video_frame_unmap(&frame);
     return buffer;
 }

@@ -1,4 +1,4 @@
-// The test picture as a source: counts the pictures and stamps each at the moment of painting.
+// The test picture as a source: counts the pictures and stamps each at the moment it is painted.
 #pragma once
 
 #include <gst/video/video.h>

@@ -55,12 +55,10 @@ bool TestPattern::FlashesAt(std::int64_t mediaTimeUs) {
     return mediaTimeUs % frame_stamp::kFlashPeriodUs < frame_stamp::kFlashLengthUs;
 }
 
-void TestPattern::Paint(const PictureView& picture, const frame_stamp::Stamp& stamp,
-                        std::int64_t mediaTimeUs) const {
+void TestPattern::Paint(const PictureView& picture, std::int64_t mediaTimeUs) const {
     CopyBackground(picture);
     PaintStripes(picture, mediaTimeUs);
     PaintMovingShapes(picture, mediaTimeUs);
-    PaintStamp(picture, stamp);
     const Colour flash{FlashesAt(mediaTimeUs) ? kWhiteLuma : kBlackLuma, kNoColour, kNoColour};
     FillArea(picture, frame_stamp::FlashArea(width, height), flash);
 }

@@ -20,10 +20,10 @@ public:
     // Both even and not below the stamp's minimum.
     TestPattern(int pictureWidth, int pictureHeight);
 
-    // Paints the picture due at `mediaTimeUs`: what moves and the flash follow that time alone. Allocates
-    // nothing.
-    void Paint(const PictureView& picture, const support::frame_stamp::Stamp& stamp,
-               std::int64_t mediaTimeUs) const;
+    // Paints the picture due at `mediaTimeUs`, all but its stamp: what moves and the flash follow that time
+    // alone. Allocates nothing.
+    void Paint(const PictureView& picture, std::int64_t mediaTimeUs) const;
+    void PaintStamp(const PictureView& picture, const support::frame_stamp::Stamp& stamp) const;
 
     static bool FlashesAt(std::int64_t mediaTimeUs);
 
@@ -35,7 +35,6 @@ private:
     void CopyBackground(const PictureView& picture) const;
     void PaintStripes(const PictureView& picture, std::int64_t mediaTimeUs) const;
     void PaintMovingShapes(const PictureView& picture, std::int64_t mediaTimeUs) const;
-    void PaintStamp(const PictureView& picture, const support::frame_stamp::Stamp& stamp) const;
     void FillArea(const PictureView& picture, const support::frame_stamp::Area& area, Colour colour) const;
 
     int width;

@@ -52,7 +52,7 @@ FIGURES = [
     Figure("stream.senderCpuPercent", "CPU of the sender, one stream", "% of a core", digits=1),
     Figure("stream.latencyP50Ms", "sender's stamp to pullable, p50", "ms", at_most=5.0, digits=1),
     Figure("stream.latencyP99Ms", "sender's stamp to pullable, p99", "ms", at_most=20.0, digits=1),
-    Figure("stream.senderMs", "  of it painting and encoding at the sender, p50", "ms", digits=1),
+    Figure("stream.senderMs", "  of it encoding at the sender, p50", "ms", digits=1),
     Figure("stream.afterSenderMs", "  of it after the sender, the difference of the two", "ms", digits=1),
     Figure("stream.pulledP50Ms", "sender's stamp to a pull of 30 per second, p50", "ms", digits=1),
     Figure("stream.pulledP99Ms", "sender's stamp to a pull of 30 per second, p99", "ms", digits=1),

@@ -162,7 +162,7 @@ def measure(programs: Programs, count: int, rounds: int, seconds: float, look_se
 
 
 def encode_time(programs: Programs, rounds: int) -> float:
-    """Milliseconds that a picture's painting and encoding take at the sender, with nothing else running."""
+    """Milliseconds that a picture's encoding takes at the sender, with nothing else running."""
     def one_round() -> float:
         with running(programs.benchmark("encode_time")) as encoder:
             result = encoder.wait_for_event("result", START_LIMIT)["encodeMs"]

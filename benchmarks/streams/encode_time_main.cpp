@@ -1,4 +1,4 @@
-// How much of a picture's age is made at the sender: the simulated phone's painting and encoding, at its own
+// How much of a picture's age is made at the sender: the simulated phone's encoding, at its own
 // pace and with its own encoder. One JSON line: milliseconds from the stamp to the coded picture.
 #include <gst/app/app.h>
 
@@ -77,9 +77,10 @@ int main(int argc, char** argv) {
     std::vector<std::int64_t> stampedAtUs;
     auto due = std::chrono::steady_clock::now();
     for (int picture = 0; picture < kPictures; ++picture) {
-        stampedAtUs.push_back(benchmarks::NowUs());
         const auto mediaTime = kPeriod * picture;
-        encoder->PushPicture(pattern.NextPicture(mediaTime.count()), petrel::Posture::AsAsked,
+        GstHandle<GstBuffer> painted = pattern.NextPicture(mediaTime.count());
+        stampedAtUs.push_back(benchmarks::NowUs());
+        encoder->PushPicture(std::move(painted), petrel::Posture::AsAsked,
                              static_cast<GstClockTime>(std::chrono::nanoseconds(mediaTime).count()));
         due += kPeriod;
         std::this_thread::sleep_until(due);
