@@ -63,8 +63,8 @@ class Page {
     }
 
     async start() {
-        document.documentElement.dataset.started = 'yes'; // boot.js looks
         this.draw();
+        document.documentElement.dataset.started = 'yes'; // boot.js looks
         if (this.browserProblem) return;
         this.makeParts(
             await tabIdentity({

@@ -5,6 +5,7 @@ export class WakeLock {
         this.navigator = navigator;
         this.document = document;
         this.isWanted = false;
+        this.isAsking = false;
         this.lock = null;
         document.addEventListener('visibilitychange', () => this.take());
     }
@@ -16,8 +17,9 @@ export class WakeLock {
     }
 
     async take() {
-        if (!this.isWanted || this.lock || !this.navigator.wakeLock) return;
+        if (!this.isWanted || this.lock || this.isAsking || !this.navigator.wakeLock) return;
         if (this.document.visibilityState !== 'visible') return;
+        this.isAsking = true; // two locks would be one too many to give back
         try {
             const lock = await this.navigator.wakeLock.request('screen');
             this.lock = lock;
@@ -29,6 +31,7 @@ export class WakeLock {
         } catch {
             // A phone that saves its battery refuses; the next time it is seen, it is asked again.
         }
+        this.isAsking = false;
     }
 
     drop() {
