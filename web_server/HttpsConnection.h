@@ -7,6 +7,7 @@
 #include <string>
 
 #include "support/object_count.h"
+#include "web_server/Acceptor.h"
 #include "web_server/HttpsServer.h"
 
 namespace boost::asio::ssl {
@@ -27,8 +28,9 @@ public:
     virtual void OnGone(const std::shared_ptr<HttpsConnection>& connection) = 0;
 };
 
-// Keeps the context alive, but uses the owner only on the network thread, before OnGone.
-class HttpsConnection : private support::Counted<HttpsConnection> {
+// Keeps the context alive, but uses the owner only on the network thread, before OnGone. When it goes away,
+// what was sent to a stream still goes out; everything else ends at once.
+class HttpsConnection : public AcceptedConnection, private support::Counted<HttpsConnection> {
 public:
     using support::Counted<HttpsConnection>::Alive;
 
@@ -36,12 +38,8 @@ public:
                                                  std::shared_ptr<boost::asio::ssl::context> tls,
                                                  boost::asio::ip::tcp::socket socket,
                                                  HttpsConnectionOwner& owner);
-    virtual ~HttpsConnection() = default;
 
     // [network thread]
-    virtual void Start() = 0;
-    virtual void GoAway() = 0;  // what was sent to a stream still goes out, everything else ends at once
-    virtual void Drop() = 0;    // at once, without a word
     virtual const std::string& RemoteAddress() const = 0;
     virtual bool IsFromThisMachine() const = 0;
 };

@@ -1,19 +1,16 @@
 #include "web_server/HttpsServer.h"
 
 #include <openssl/ssl.h>
-#include <pthread.h>
 
 #include <boost/asio/ip/tcp.hpp>
-#include <boost/asio/ip/v6_only.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/ssl/context.hpp>
-#include <boost/asio/steady_timer.hpp>
 #include <map>
-#include <set>
-#include <thread>
 #include <utility>
 
+#include "web_server/Acceptor.h"
 #include "web_server/HttpsConnection.h"
+#include "web_server/PeerAddress.h"
 
 namespace web_server {
 namespace {
@@ -23,7 +20,6 @@ using asio::ip::tcp;
 using boost::system::error_code;
 
 constexpr std::chrono::milliseconds kStopLimit{500};
-constexpr std::chrono::milliseconds kAcceptRetry{100};
 
 // Null when certificate and key cannot be used together.
 std::shared_ptr<asio::ssl::context> MakeContext(const ServerCertificate& certificate) {
@@ -37,7 +33,7 @@ std::shared_ptr<asio::ssl::context> MakeContext(const ServerCertificate& certifi
     return context;
 }
 
-class Server final : public HttpsServer, public HttpsConnectionOwner {
+class Server final : public HttpsServer, public HttpsConnectionOwner, private AcceptorOwner {
 public:
     Server(const HttpsServerOptions& toUse, HttpsHandlers toCall)
         : options(toUse), handlers(std::move(toCall)) {}
@@ -48,44 +44,19 @@ public:
     std::string Open(const ServerCertificate& certificate) {
         tls = MakeContext(certificate);
         if (tls == nullptr) return "The certificate and its key cannot be used.";
-        error_code error;
-        const auto address = asio::ip::make_address(options.address, error);
-        if (error) return "\"" + options.address + "\" is not an IP address.";
-        const tcp::endpoint endpoint(address, options.port);
-        acceptor.open(endpoint.protocol(), error);
-        // A server that is started again must not wait for the connections of its predecessor to time out.
-        if (!error) acceptor.set_option(tcp::acceptor::reuse_address(true), error);
-        error_code ignored;
-        if (address.is_v6()) acceptor.set_option(asio::ip::v6_only(false), ignored);
-        if (!error) acceptor.bind(endpoint, error);
-        if (!error) acceptor.listen(asio::socket_base::max_listen_connections, error);
-        if (!error) port = acceptor.local_endpoint(error).port();
-        if (error) {
-            return "The address " + (address.is_v6() ? "[" + options.address + "]" : options.address) + ":" +
-                   std::to_string(options.port) + " cannot be used: " + error.message() + ".";
-        }
-        Accept();
-        thread = std::thread([this] {
-            pthread_setname_np(pthread_self(), "https server");
-            context->run();
-        });
-        return {};
+        return acceptor.Listen(options.address, options.port);
     }
 
-    std::uint16_t Port() const override { return port; }
+    std::uint16_t Port() const override { return acceptor.Port(); }
 
     bool Replace(const ServerCertificate& certificate) override {
         std::shared_ptr<asio::ssl::context> made = MakeContext(certificate);
         if (made == nullptr) return false;
-        asio::post(*context, [this, made = std::move(made)] { tls = made; });
+        asio::post(*acceptor.Context(), [this, made = std::move(made)] { tls = made; });
         return true;
     }
 
-    void Stop() override {
-        if (!thread.joinable()) return;
-        asio::post(*context, [this] { BeginStop(); });
-        thread.join();
-    }
+    void Stop() override { acceptor.Stop(); }
 
     const HttpsServerOptions& Options() const override { return options; }
     const HttpsHandlers& Handlers() const override { return handlers; }
@@ -99,78 +70,35 @@ public:
     }
 
     void OnGone(const std::shared_ptr<HttpsConnection>& connection) override {
-        if (connections.erase(connection) == 0) return;
+        if (!acceptor.Forget(connection)) return;
         const auto counted = countOf.find(connection->RemoteAddress());
         if (counted != countOf.end() && --counted->second == 0) countOf.erase(counted);
-        if (stopping && connections.empty()) timer.cancel();
     }
 
 private:
-    void Accept() {
-        acceptor.async_accept([this](const error_code& error, tcp::socket socket) {
-            if (stopping) return;
-            if (error) {
-                RetryLater();  // out of file descriptors, for example
-                return;
-            }
-            Take(std::move(socket));
-            Accept();
-        });
-    }
-
-    void Take(tcp::socket socket) {
-        const auto connection = HttpsConnection::Make(context, tls, std::move(socket), *this);
+    std::shared_ptr<AcceptedConnection> MakeConnection(tcp::socket socket) override {
+        auto connection = HttpsConnection::Make(acceptor.Context(), tls, std::move(socket), *this);
         const std::string& address = connection->RemoteAddress();
         std::size_t& count = countOf[address];
         const bool isLimited = options.limitsThisMachineToo || !connection->IsFromThisMachine();
-        const bool tooMany = connections.size() >= options.maximumConnections;
-        if (tooMany || (isLimited && count >= options.maximumConnectionsOfAnAddress)) {
+        if (isLimited && count >= options.maximumConnectionsOfAnAddress) {
             if (count == 0) countOf.erase(address);
-            OnRefused(address, tooMany ? "too many connections" : "too many connections from one address");
-            return;
+            OnRefused(address, "too many connections from one address");
+            return nullptr;
         }
         ++count;
-        connections.insert(connection);
-        connection->Start();
+        return connection;
     }
 
-    void RetryLater() {
-        timer.expires_after(kAcceptRetry);
-        timer.async_wait([this](const error_code&) {
-            if (!stopping) Accept();
-        });
-    }
-
-    // The context's run() returns when nothing is left to do.
-    void BeginStop() {
-        stopping = true;
-        error_code ignored;
-        acceptor.close(ignored);
-        timer.cancel();
-        const auto toClose = connections;
-        for (const auto& connection : toClose)
-            connection->GoAway();
-        if (connections.empty()) return;
-        timer.expires_after(kStopLimit);
-        timer.async_wait([this](const error_code& error) {
-            if (error) return;
-            const auto left = connections;
-            for (const auto& connection : left)
-                connection->Drop();
-        });
+    void OnTooMany(const tcp::socket& socket) override {
+        OnRefused(RemoteAddressOf(socket), "too many connections");
     }
 
     const HttpsServerOptions options;
     const HttpsHandlers handlers;
-    const std::shared_ptr<asio::io_context> context = std::make_shared<asio::io_context>(1);
-    std::shared_ptr<asio::ssl::context> tls;  // network thread only, once it runs
-    tcp::acceptor acceptor{*context};
-    asio::steady_timer timer{*context};
-    std::set<std::shared_ptr<HttpsConnection>> connections;
+    std::shared_ptr<asio::ssl::context> tls;     // network thread only, once it runs
     std::map<std::string, std::size_t> countOf;  // connections of an address
-    std::uint16_t port = 0;
-    bool stopping = false;
-    std::thread thread;
+    Acceptor acceptor{{"https server", options.maximumConnections, kStopLimit}, *this};
 };
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "support/object_count.h"
+#include "web_server/Acceptor.h"
 #include "web_server/WebSocketServer.h"
 
 namespace web_server {
@@ -23,8 +24,11 @@ public:
     virtual void OnGone(const std::shared_ptr<ServerConnection>& connection) = 0;
 };
 
-// Keeps the context alive, but uses the owner only on the network thread, before OnGone.
-class ServerConnection : public WebSocketConnection, private support::Counted<ServerConnection> {
+// Keeps the context alive, but uses the owner only on the network thread, before OnGone. It goes
+// away with a close frame, and then tells nothing any more but OnGone.
+class ServerConnection : public WebSocketConnection,
+                         public AcceptedConnection,
+                         private support::Counted<ServerConnection> {
 public:
     using support::Counted<ServerConnection>::Alive;
 
@@ -32,11 +36,6 @@ public:
                                                   boost::asio::ip::tcp::socket socket,
                                                   const WebSocketServerOptions& options,
                                                   ServerConnectionOwner& owner);
-
-    // [network thread]
-    virtual void Start() = 0;
-    virtual void GoAway() = 0;  // a close frame, no more events but OnGone
-    virtual void Drop() = 0;    // at once, without a word
 };
 
 }  // namespace web_server
