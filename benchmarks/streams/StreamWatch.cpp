@@ -34,7 +34,10 @@ void StreamWatch::Begin(bool readStamps) {
 
 void StreamWatch::OnPicture(const Picture& picture, std::int64_t nowUs) {
     const support::MutexLock lock(mutex);
-    if (!firstPictureAtUs) firstPictureAtUs = nowUs;
+    if (!firstPictureAtUs) {
+        firstPictureAtUs = nowUs;
+        begun.NotifyAll();
+    }
     ++counts.pictures;
     if (!stamps) return;
     const auto stamp = support::frame_stamp::Read(picture.width, picture.height, [&picture](int x, int y) {
@@ -50,6 +53,14 @@ void StreamWatch::OnPicture(const Picture& picture, std::int64_t nowUs) {
 
 bool StreamWatch::HasPicture() const {
     return FirstPictureAtUs().has_value();
+}
+
+bool StreamWatch::WaitForPicture(std::chrono::steady_clock::time_point deadline) const {
+    const support::MutexLock lock(mutex);
+    while (!firstPictureAtUs) {
+        if (!begun.WaitUntil(mutex, deadline)) break;
+    }
+    return firstPictureAtUs.has_value();
 }
 
 std::optional<std::int64_t> StreamWatch::FirstPictureAtUs() const {

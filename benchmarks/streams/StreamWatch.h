@@ -2,6 +2,7 @@
 // different ones, and how old each is when the receiver has it.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <nlohmann/json_fwd.hpp>
 #include <optional>
@@ -32,6 +33,8 @@ public:
     void Begin(bool readStamps);
     void OnPicture(const Picture& picture, std::int64_t nowUs);
     bool HasPicture() const;
+    // False when there is none until the deadline.
+    bool WaitForPicture(std::chrono::steady_clock::time_point deadline) const;
     // Of the first picture ever; nothing before it.
     std::optional<std::int64_t> FirstPictureAtUs() const;
 
@@ -46,6 +49,7 @@ public:
 
 private:
     mutable support::Mutex mutex;
+    mutable support::Condition begun;  // there is a first picture
     bool stamps GUARDED_BY(mutex) = false;
     std::int64_t begunAtUs GUARDED_BY(mutex) = 0;
     std::optional<std::int64_t> firstPictureAtUs GUARDED_BY(mutex);

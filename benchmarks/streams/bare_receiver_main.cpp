@@ -3,10 +3,10 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "benchmarks/streams/BareReceiver.h"
@@ -15,19 +15,14 @@
 namespace {
 
 constexpr std::chrono::seconds kPatience{30};
-constexpr std::chrono::milliseconds kAskEvery{10};
 
 using Receivers = std::vector<std::unique_ptr<benchmarks::BareReceiver>>;
 
 bool WaitForPictures(const Receivers& receivers) {
     const auto deadline = std::chrono::steady_clock::now() + kPatience;
-    for (const auto& receiver : receivers) {
-        while (!receiver->Watch().HasPicture()) {
-            if (std::chrono::steady_clock::now() > deadline) return false;
-            std::this_thread::sleep_for(kAskEvery);
-        }
-    }
-    return true;
+    return std::all_of(receivers.begin(), receivers.end(), [deadline](const auto& receiver) {
+        return receiver->Watch().WaitForPicture(deadline);
+    });
 }
 
 }  // namespace
