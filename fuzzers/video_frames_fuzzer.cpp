@@ -14,6 +14,7 @@
 #include "renderers/nxWebRtcAudioRenderer.h"
 #include "renderers/nxWebRtcRendererData.h"
 #include "renderers/nxWebRtcVideoRenderer.h"
+#include "tests/fakes/BufferDouble.h"
 #include "tests/fakes/FakeWebSocket.h"
 #include "tests/fakes/webrtc/FakeBody.h"
 
@@ -48,26 +49,17 @@ private:
 };
 
 // A picture buffer whose memory is exactly what its record says, with rows wider than needed if told so.
-class ExactBuffer final : public nxBuffer2 {
+class ExactBuffer final : public tests::BufferDouble {
 public:
     ExactBuffer(const mdMediaRecord& record, std::int32_t rowBytes, std::int32_t rows)
-        : nxBuffer2(kMediaTypeVideo), bytesPerRow(rowBytes) {
+        : BufferDouble(kMediaTypeVideo), bytesPerRow(rowBytes) {
         static_cast<mdMediaRecord&>(*this) = record;
         size = static_cast<std::size_t>(rowBytes) * static_cast<std::size_t>(rows);
         memory.reset(new std::uint8_t[size]);
         std::memset(memory.get(), kUntouched, size);
         ++alive;
     }
-    std::uint32_t AddRef() override { return ++references; }
-    std::uint32_t Release() override {
-        const std::uint32_t left = --references;
-        if (left == 0) delete this;
-        return left;
-    }
-    std::int64_t Timestamp() const override { return timestamp; }
-    void SetTimestamp(std::int64_t timestampUs) override { timestamp = timestampUs; }
     nxPixelStore LockPixelsForWriting() override { return {memory.get(), bytesPerRow}; }
-    void UnlockPixels() override {}
     std::uint8_t* Data() override { return memory.get(); }
     std::size_t DataSize() const override { return size; }
 
@@ -77,8 +69,6 @@ private:
     ~ExactBuffer() override { --alive; }
 
     static inline std::int64_t alive = 0;
-    std::uint32_t references = 1;
-    std::int64_t timestamp = kTimestampUnset;
     const std::int32_t bytesPerRow;
     std::size_t size = 0;
     std::unique_ptr<std::uint8_t[]> memory;

@@ -10,6 +10,7 @@
 
 #include "host/media/nxBuffer2.h"
 #include "host_runtime/media/BufferGroup.h"
+#include "tests/fakes/BufferDouble.h"
 #include "tests/unit/renderers/WatchedPicture.h"
 
 namespace tests {
@@ -23,21 +24,11 @@ struct ReleaseReference {
 using BufferPointer = std::unique_ptr<nxBuffer2, ReleaseReference>;
 
 // A block of sound that tells when its memory is asked for.
-class TellingSoundBuffer final : public nxBuffer2 {
+class TellingSoundBuffer final : public BufferDouble {
 public:
     explicit TellingSoundBuffer(std::function<void()> function)
-        : nxBuffer2(kMediaTypeAudio), beforeData(std::move(function)) {}
+        : BufferDouble(kMediaTypeAudio), beforeData(std::move(function)) {}
 
-    std::uint32_t AddRef() override { return ++references; }
-    std::uint32_t Release() override {
-        const std::uint32_t left = --references;
-        if (left == 0) delete this;
-        return left;
-    }
-    std::int64_t Timestamp() const override { return timestamp; }
-    void SetTimestamp(std::int64_t timestampUs) override { timestamp = timestampUs; }
-    nxPixelStore LockPixelsForWriting() override { return {}; }
-    void UnlockPixels() override {}
     std::uint8_t* Data() override {
         beforeData();
         return data.data();
@@ -47,8 +38,6 @@ public:
 private:
     ~TellingSoundBuffer() override = default;
 
-    std::uint32_t references = 1;
-    std::int64_t timestamp = kTimestampUnset;
     std::array<std::uint8_t, 6400> data{};
     const std::function<void()> beforeData;
 };

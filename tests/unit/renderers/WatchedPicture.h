@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "host/media/nxBuffer2.h"
+#include "tests/fakes/BufferDouble.h"
 
 namespace tests {
 
@@ -15,10 +15,10 @@ struct WatchedPixels {
     std::vector<std::string> events;
 };
 
-class WatchedPicture final : public nxBuffer2 {
+class WatchedPicture final : public BufferDouble {
 public:
     WatchedPicture(const mdMediaRecord& asked, WatchedPixels& log)
-        : nxBuffer2(kMediaTypeVideo),
+        : BufferDouble(kMediaTypeVideo),
           pixels(log),
           bytesPerRow((asked.AsInt32(FourCC("mwid"), 0) + 1) / 2 * 4 + log.padding),
           data(static_cast<std::size_t>(bytesPerRow * asked.AsInt32(FourCC("mhei"), 0)), kUntouched) {
@@ -29,14 +29,6 @@ public:
 
     static constexpr std::uint8_t kUntouched = 0xEE;
 
-    std::uint32_t AddRef() override { return ++references; }
-    std::uint32_t Release() override {
-        const std::uint32_t left = --references;
-        if (left == 0) delete this;
-        return left;
-    }
-    std::int64_t Timestamp() const override { return timestamp; }
-    void SetTimestamp(std::int64_t timestampUs) override { timestamp = timestampUs; }
     nxPixelStore LockPixelsForWriting() override {
         pixels.events.emplace_back("lock");
         return {data.data(), bytesPerRow};
@@ -50,8 +42,6 @@ private:
 
     WatchedPixels& pixels;
     const std::int32_t bytesPerRow;
-    std::uint32_t references = 1;
-    std::int64_t timestamp = kTimestampUnset;
     std::vector<std::uint8_t> data;
 };
 
