@@ -14,9 +14,7 @@ namespace {
 
 using host_runtime::HostPointer;
 
-constexpr std::chrono::milliseconds kRoomCheckInterval{5};
-constexpr std::chrono::seconds kLongestWaitForRoom{10};
-constexpr GstClockTime kLongestCompletion = 10 * GST_SECOND;
+constexpr std::chrono::seconds kLongestStandstill{10};
 
 }  // namespace
 
@@ -81,7 +79,8 @@ void Recorder::Run() {
         Write(item);
     item = {};
     std::string reason;
-    if (pipeline && !pipeline->Finish(kLongestCompletion, reason)) Fail(reason);
+    if (pipeline) pipeline->End();
+    if (pipeline && !Await(Awaited::Completion, reason)) Fail(reason);
     pipeline.reset();
 }
 
@@ -99,8 +98,11 @@ bool Recorder::Next(Item& item) {
 void Recorder::Write(const Item& item) {
     if (!failure.empty()) return;
     if (!pipeline && item.isPicture) Begin(item);
-    if (!pipeline || !WaitForRoom()) return;
-    if (item.isPicture) {
+    if (!pipeline) return;
+    std::string reason;
+    if (!Await(Awaited::Room, reason)) {
+        Fail(reason);
+    } else if (item.isPicture) {
         pipeline->PushPicture(*item.buffer, item.timeUs);
     } else {
         pipeline->PushSound(*item.buffer, item.timeUs);
@@ -111,25 +113,40 @@ void Recorder::Begin(const Item& picture) {
     std::string reason;
     file = ReserveRecordingFile(directory, name, reason);
     if (!file.empty()) {
-        pipeline = RecordingPipeline::Start(file, picture.buffer->GetDisplayWidth(),
-                                            picture.buffer->GetDisplayHeight(), picture.timeUs, reason);
+        const auto onProgress = [this] {
+            // Not between the writing thread's look and its wait, which would miss it.
+            { const support::MutexLock lock(mutex); }
+            changed.NotifyAll();
+        };
+        pipeline =
+            RecordingPipeline::Start(file, picture.buffer->GetDisplayWidth(),
+                                     picture.buffer->GetDisplayHeight(), picture.timeUs, onProgress, reason);
     }
     if (!pipeline) Fail(reason);
 }
 
-bool Recorder::WaitForRoom() {
-    const auto deadline = std::chrono::steady_clock::now() + kLongestWaitForRoom;
-    std::string reason;
+bool Recorder::Await(Awaited what, std::string& reason) {
+    const support::MutexLock lock(mutex);
+    std::uint64_t taken = pipeline->Taken();
+    auto deadline = std::chrono::steady_clock::now() + kLongestStandstill;
     while (pipeline->IsWell(reason)) {
-        if (pipeline->HasRoom()) return true;
-        if (std::chrono::steady_clock::now() > deadline) {
-            reason = "The recording failed: the disk or the encoder stands still.";
-            break;
+        if (IsReached(what)) return true;
+        const auto now = std::chrono::steady_clock::now();
+        if (taken != pipeline->Taken()) {
+            taken = pipeline->Taken();
+            deadline = now + kLongestStandstill;
+        } else if (now >= deadline) {
+            reason = what == Awaited::Room ? "The recording failed: the disk or the encoder stands still."
+                                           : "The recording could not be completed in time.";
+            return false;
         }
-        std::this_thread::sleep_for(kRoomCheckInterval);
+        changed.WaitUntil(mutex, deadline);
     }
-    Fail(reason);
     return false;
+}
+
+bool Recorder::IsReached(Awaited what) const {
+    return what == Awaited::Room ? closing || pipeline->HasRoom() : pipeline->IsComplete();
 }
 
 void Recorder::Fail(const std::string& reason) {

@@ -34,7 +34,8 @@ public:
     void OnPicture(const host_runtime::PulledPicture& picture) override;
     void OnSound(const host_runtime::PulledSound& sound) override;
 
-    // Begins to complete the file; Finish() waits for that. Nothing is taken afterwards.
+    // Begins to complete the file; Finish() waits for that. Nothing is taken afterwards. What waits is handed
+    // to the encoders at once, whether they keep up or not.
     void Close();
     void Finish();
 
@@ -54,7 +55,10 @@ private:
 
     void Run();
     bool Next(Item& item) EXCLUDES(mutex);
-    bool WaitForRoom();
+    // False, with one sentence, once the pipeline fails or stands still for too long.
+    enum class Awaited { Room, Completion };
+    bool Await(Awaited what, std::string& reason) EXCLUDES(mutex);
+    bool IsReached(Awaited what) const REQUIRES(mutex);
     void Write(const Item& item);
     void Begin(const Item& picture);
     void Fail(const std::string& reason);

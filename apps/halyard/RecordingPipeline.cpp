@@ -4,6 +4,7 @@
 #include <gst/video/video.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "host/media/nxBuffer2.h"
 
@@ -50,10 +51,12 @@ GstBuffer* WrapMemory(nxBuffer2& buffer, std::size_t size) {
 
 std::unique_ptr<RecordingPipeline> RecordingPipeline::Start(const std::filesystem::path& file, int width,
                                                             int height, std::int64_t originUs,
+                                                            std::function<void()> onProgress,
                                                             std::string& error) {
     GstElement* made = MakeElements(width, height, error);
     if (made == nullptr) return nullptr;
-    std::unique_ptr<RecordingPipeline> recording(new RecordingPipeline(made, originUs));
+    std::unique_ptr<RecordingPipeline> recording(
+        new RecordingPipeline(made, originUs, std::move(onProgress)));
     GstElement* sink = gst_bin_get_by_name(GST_BIN(made), "file");
     g_object_set(sink, "location", file.c_str(), nullptr);
     gst_object_unref(sink);
@@ -64,11 +67,37 @@ std::unique_ptr<RecordingPipeline> RecordingPipeline::Start(const std::filesyste
     return recording;
 }
 
-RecordingPipeline::RecordingPipeline(GstElement* ownedPipeline, std::int64_t startUs)
+RecordingPipeline::RecordingPipeline(GstElement* ownedPipeline, std::int64_t startUs,
+                                     std::function<void()> toTell)
     : pipeline(ownedPipeline),
       pictures(gst_bin_get_by_name(GST_BIN(ownedPipeline), "pictures")),
       sounds(gst_bin_get_by_name(GST_BIN(ownedPipeline), "sounds")),
-      originUs(startUs) {}
+      originUs(startUs),
+      onProgress(std::move(toTell)) {
+    TellWhenTaken(pictures);
+    TellWhenTaken(sounds);
+    GstBus* bus = gst_element_get_bus(pipeline);
+    const auto onMessage = [](GstBus*, GstMessage* message, gpointer self) {
+        static_cast<RecordingPipeline*>(self)->OnMessage(*message);
+        gst_message_unref(message);
+        return GST_BUS_DROP;
+    };
+    gst_bus_set_sync_handler(bus, onMessage, this, nullptr);
+    gst_object_unref(bus);
+}
+
+// A buffer passes the pad after it has left the source's queue.
+void RecordingPipeline::TellWhenTaken(GstElement* source) {
+    GstPad* pad = gst_element_get_static_pad(source, "src");
+    const auto onBuffer = [](GstPad*, GstPadProbeInfo*, gpointer self) {
+        auto& recording = *static_cast<RecordingPipeline*>(self);
+        ++recording.taken;
+        recording.onProgress();
+        return GST_PAD_PROBE_OK;
+    };
+    gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_BUFFER, onBuffer, this, nullptr);
+    gst_object_unref(pad);
+}
 
 RecordingPipeline::~RecordingPipeline() {
     gst_element_set_state(pipeline, GST_STATE_NULL);
@@ -117,38 +146,31 @@ void RecordingPipeline::PushSound(nxBuffer2& sound, std::int64_t timeUs) {
     gst_app_src_push_buffer(GST_APP_SRC(sounds), buffer);
 }
 
-bool RecordingPipeline::TakeError(GstMessage* message, std::string& error) const {
-    GError* failure = nullptr;
-    gst_message_parse_error(message, &failure, nullptr);
-    error = std::string("The recording failed: ") + failure->message;
-    g_clear_error(&failure);
-    return false;
+void RecordingPipeline::OnMessage(GstMessage& message) {
+    const GstMessageType type = GST_MESSAGE_TYPE(&message);
+    if (type == GST_MESSAGE_ERROR) {
+        GError* reason = nullptr;
+        gst_message_parse_error(&message, &reason, nullptr);
+        const support::MutexLock lock(mutex);
+        if (failure.empty()) failure = std::string("The recording failed: ") + reason->message;
+        g_clear_error(&reason);
+    } else if (type == GST_MESSAGE_EOS) {
+        complete = true;
+    } else {
+        return;
+    }
+    onProgress();
 }
 
-bool RecordingPipeline::IsWell(std::string& error) {
-    GstBus* bus = gst_element_get_bus(pipeline);
-    GstMessage* message = gst_bus_pop_filtered(bus, GST_MESSAGE_ERROR);
-    gst_object_unref(bus);
-    if (message == nullptr) return true;
-    TakeError(message, error);
-    gst_message_unref(message);
-    return false;
+bool RecordingPipeline::IsWell(std::string& error) const {
+    const support::MutexLock lock(mutex);
+    if (!failure.empty()) error = failure;
+    return failure.empty();
 }
 
-bool RecordingPipeline::Finish(GstClockTime timeout, std::string& error) {
+void RecordingPipeline::End() {
     gst_app_src_end_of_stream(GST_APP_SRC(pictures));
     gst_app_src_end_of_stream(GST_APP_SRC(sounds));
-    GstBus* bus = gst_element_get_bus(pipeline);
-    GstMessage* message = gst_bus_timed_pop_filtered(
-        bus, timeout, static_cast<GstMessageType>(GST_MESSAGE_ERROR | GST_MESSAGE_EOS));
-    gst_object_unref(bus);
-    if (message == nullptr) {
-        error = "The recording could not be completed in time.";
-        return false;
-    }
-    const bool complete = GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS || TakeError(message, error);
-    gst_message_unref(message);
-    return complete;
 }
 
 }  // namespace halyard
