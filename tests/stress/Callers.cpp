@@ -30,17 +30,16 @@ Callers::Callers(std::uint64_t seed, RendererShelves& rendererShelves, ActionCou
                  std::function<void()> actOnMainThread)
     : shelves(rendererShelves), counts(actionCounts), act(std::move(actOnMainThread)) {
     for (int index = 0; index < 2; ++index)
-        threads.emplace_back([this, dice = Dice(++seed)] { Run(dice); });
+        threads.emplace_back([this, dice = Dice(++seed)](PacedThread& self) { Run(self, dice); });
 }
 
 Callers::~Callers() {
-    ending = true;
-    for (std::thread& thread : threads)
-        thread.join();
+    for (PacedThread& thread : threads)
+        thread.End();
 }
 
-void Callers::Run(Dice dice) {
-    while (!ending) {
+void Callers::Run(PacedThread& self, Dice dice) {
+    do {
         if (host_runtime::MainThreadQueue::Default().PendingCount() < kMostJobsWaiting) {
             zThread::ExecuteOnMainThread(act);
         }
@@ -49,8 +48,7 @@ void Callers::Run(Dice dice) {
         }
         if (auto sounds = shelves.sounds.All(); !sounds.empty()) UseSound(*dice.OneOf(sounds), dice);
         if (dice.OneIn(100)) host_runtime::UserLogEntries();
-        std::this_thread::sleep_for(std::chrono::microseconds(700));
-    }
+    } while (self.RestFor(std::chrono::microseconds(700)));
 }
 
 void Callers::UsePicture(nxRenderer2& renderer, Dice& dice) {

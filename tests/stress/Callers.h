@@ -2,15 +2,14 @@
 // rest.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
-#include <thread>
-#include <vector>
 
 #include "tests/stress/ActionCounts.h"
 #include "tests/stress/Dice.h"
+#include "tests/stress/PacedThread.h"
 #include "tests/stress/RenderThreads.h"
 
 namespace stress {
@@ -25,7 +24,7 @@ public:
     Callers& operator=(const Callers&) = delete;
 
 private:
-    void Run(Dice dice);
+    void Run(PacedThread& self, Dice dice);
     void UsePicture(nxRenderer2& renderer, Dice& dice);
     void UseSound(nxRenderer2& renderer, Dice& dice);
     void AskFormat(nxRenderer2& renderer);
@@ -33,8 +32,7 @@ private:
     RendererShelves& shelves;
     ActionCounts& counts;
     const std::function<void()> act;
-    std::atomic<bool> ending{false};
-    std::vector<std::thread> threads;
+    std::deque<PacedThread> threads;
 };
 
 }  // namespace stress

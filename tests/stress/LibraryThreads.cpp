@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <chrono>
 #include <utility>
+#include <vector>
 
 #include "tests/stress/FastClock.h"
 
@@ -15,10 +16,7 @@ constexpr std::int32_t kLargestWidth = 96;
 constexpr std::int32_t kLargestHeight = 64;
 constexpr std::size_t kBlockFrames = 480;
 
-// The pace of these threads; nothing waits for the result.
-void Rest(int microseconds) {
-    std::this_thread::sleep_for(std::chrono::microseconds(microseconds));
-}
+constexpr std::chrono::microseconds kRest{1000};
 
 void Name(const char* name) {
     pthread_setname_np(pthread_self(), name);
@@ -30,28 +28,29 @@ LibraryThreads::LibraryThreads(std::uint64_t seed, ActionCounts& actionCounts) :
     fakes::FakeWebRtc::WhenPeerConnectionMade(
         [this](std::shared_ptr<fakes::FakePeerConnection> record) { Adopt(std::move(record)); });
     for (std::size_t index = 0; index < kConnectionThreads; ++index)
-        threads.emplace_back([this, index, dice = Dice(++seed)] { RunConnections(index, dice); });
+        threads.emplace_back(
+            [this, index, dice = Dice(++seed)](PacedThread& self) { RunConnections(self, index, dice); });
     for (std::size_t index = 0; index < kPictureThreads; ++index)
-        threads.emplace_back([this, index, dice = Dice(++seed)] { RunPictures(index, dice); });
-    threads.emplace_back([this, dice = Dice(++seed)] { RunPlayout(dice); });
-    threads.emplace_back([this] { RunLog(); });
+        threads.emplace_back(
+            [this, index, dice = Dice(++seed)](PacedThread& self) { RunPictures(self, index, dice); });
+    threads.emplace_back([this, dice = Dice(++seed)](PacedThread& self) { RunPlayout(self, dice); });
+    threads.emplace_back([this](PacedThread& self) { RunLog(self); });
 }
 
 LibraryThreads::~LibraryThreads() {
     fakes::FakeWebRtc::WhenPeerConnectionMade({});
-    ending = true;
-    for (std::thread& thread : threads)
-        thread.join();
+    for (PacedThread& thread : threads)
+        thread.End();
 }
 
 void LibraryThreads::Adopt(std::shared_ptr<fakes::FakePeerConnection> record) {
     newPeers[nextThread.fetch_add(1) % kConnectionThreads].Put(std::move(record));
 }
 
-void LibraryThreads::RunConnections(std::size_t index, Dice dice) {
+void LibraryThreads::RunConnections(PacedThread& self, std::size_t index, Dice dice) {
     Name("vo-connection");
     std::vector<Peer> peers;
-    while (!ending) {
+    do {
         for (const auto& record : newPeers[index].All()) {
             newPeers[index].Take(record);
             peers.push_back({record, nullptr, nullptr, nullptr, index % kPictureThreads});
@@ -63,8 +62,7 @@ void LibraryThreads::RunConnections(std::size_t index, Dice dice) {
             if (gone) DropStream(peer);
             return gone;
         });
-        Rest(1000);
-    }
+    } while (self.RestFor(kRest));
     for (Peer& peer : peers)
         DropStream(peer);
 }
@@ -137,10 +135,10 @@ void LibraryThreads::DropStream(Peer& peer) {
     peer.stream = nullptr;
 }
 
-void LibraryThreads::RunPictures(std::size_t index, Dice dice) {
+void LibraryThreads::RunPictures(PacedThread& self, std::size_t index, Dice dice) {
     Name("vo-pictures");
     std::vector<std::uint8_t> plane(std::size_t{kLargestWidth} * kLargestHeight);
-    while (!ending) {
+    do {
         std::fill(plane.begin(), plane.end(), static_cast<std::uint8_t>(dice.Below(256)));
         vo_webrtc::voI420Frame frame;
         frame.width = 1 + dice.Below(kLargestWidth);
@@ -151,17 +149,16 @@ void LibraryThreads::RunPictures(std::size_t index, Dice dice) {
             fakes::FakeVideoTrack::Of(track).Deliver(frame);
             counts.Add(Action::PictureDelivered);
         }
-        Rest(1000);
-    }
+    } while (self.RestFor(kRest));
 }
 
 // Blocks come in step with the media clock, however late the thread is.
-void LibraryThreads::RunPlayout(Dice dice) {
+void LibraryThreads::RunPlayout(PacedThread& self, Dice dice) {
     Name("vo-playout");
     const std::vector<std::int16_t> samples(kBlockFrames * 2, 1000);
     const std::int64_t startUs = MediaUs();
     std::int64_t delivered = 0;
-    while (!ending) {
+    do {
         const std::int64_t due = (MediaUs() - startUs) / 10'000;
         for (; delivered < due; ++delivered) {
             vo_webrtc::voAudioData data;
@@ -173,17 +170,15 @@ void LibraryThreads::RunPlayout(Dice dice) {
                 counts.Add(Action::SoundDelivered);
             }
         }
-        Rest(1000);
-    }
+    } while (self.RestFor(kRest));
 }
 
-void LibraryThreads::RunLog() {
+void LibraryThreads::RunLog(PacedThread& self) {
     Name("vo-log");
-    while (!ending) {
+    do {
         fakes::FakeWebRtc::WriteLogLine("a line of the library\n");
         counts.Add(Action::LogLineWritten);
-        Rest(2000);
-    }
+    } while (self.RestFor(2 * kRest));
 }
 
 }  // namespace stress

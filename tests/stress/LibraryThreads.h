@@ -6,14 +6,14 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <deque>
 #include <memory>
-#include <thread>
-#include <vector>
 
 #include "support/annotated_mutex.h"
 #include "tests/fakes/webrtc/FakeWebRtc.h"
 #include "tests/stress/ActionCounts.h"
 #include "tests/stress/Dice.h"
+#include "tests/stress/PacedThread.h"
 #include "tests/stress/Shelf.h"
 
 namespace stress {
@@ -41,22 +41,21 @@ private:
     };
 
     void Adopt(std::shared_ptr<fakes::FakePeerConnection> record);
-    void RunConnections(std::size_t index, Dice dice);
-    void RunPictures(std::size_t index, Dice dice);
-    void RunPlayout(Dice dice);
-    void RunLog();
+    void RunConnections(PacedThread& self, std::size_t index, Dice dice);
+    void RunPictures(PacedThread& self, std::size_t index, Dice dice);
+    void RunPlayout(PacedThread& self, Dice dice);
+    void RunLog(PacedThread& self);
     void Serve(Peer& peer, Dice& dice);
     void Report(Peer& peer, Dice& dice);
     void NewStream(Peer& peer, Dice& dice);
     void DropStream(Peer& peer);
 
     ActionCounts& counts;
-    std::atomic<bool> ending{false};
     std::atomic<std::size_t> nextThread{0};
     std::array<Shelf<std::shared_ptr<fakes::FakePeerConnection>>, kConnectionThreads> newPeers;
     std::array<Shelf<VideoTrack>, kPictureThreads> videoTracks;
     Shelf<AudioTrack> audioTracks;
-    std::vector<std::thread> threads;
+    std::deque<PacedThread> threads;
 };
 
 }  // namespace stress

@@ -14,8 +14,8 @@ namespace {
 
 constexpr std::size_t kPicturesHeld = 6;
 
-void RestUntil(std::int64_t realUs) {
-    std::this_thread::sleep_until(std::chrono::steady_clock::time_point(std::chrono::microseconds(realUs)));
+std::chrono::steady_clock::time_point AtUs(std::int64_t realUs) {
+    return std::chrono::steady_clock::time_point(std::chrono::microseconds(realUs));
 }
 
 bool HasSignal(nxBuffer2& buffer) {
@@ -28,19 +28,18 @@ bool HasSignal(nxBuffer2& buffer) {
 RenderThreads::RenderThreads(RendererShelves& rendererShelves, ActionCounts& actionCounts)
     : shelves(rendererShelves), counts(actionCounts) {
     for (std::uint64_t key = 1; key <= 2; ++key) {
-        threads.emplace_back([this, key] { PullPictures(key); });
-        threads.emplace_back([this, key] { PullSound(key); });
+        threads.emplace_back([this, key](PacedThread& self) { PullPictures(self, key); });
+        threads.emplace_back([this, key](PacedThread& self) { PullSound(self, key); });
     }
 }
 
 RenderThreads::~RenderThreads() {
-    ending = true;
-    for (std::thread& thread : threads)
-        thread.join();
+    for (PacedThread& thread : threads)
+        thread.End();
 }
 
 // Each picture is held for a while and read before it is let go.
-void RenderThreads::PullPictures(std::uint64_t consumerKey) {
+void RenderThreads::PullPictures(PacedThread& self, std::uint64_t consumerKey) {
     pthread_setname_np(pthread_self(), "pull-picture");
     std::deque<nxBuffer2*> held;
     const auto letGo = [&held] {
@@ -48,7 +47,7 @@ void RenderThreads::PullPictures(std::uint64_t consumerKey) {
         held.front()->Release();
         held.pop_front();
     };
-    while (!ending) {
+    do {
         for (const std::shared_ptr<nxRenderer2>& renderer : shelves.pictures.All()) {
             nxBuffer2* buffer = nullptr;
             renderer->BufferForParameters(&buffer, {MediaUs(), consumerKey});
@@ -58,20 +57,19 @@ void RenderThreads::PullPictures(std::uint64_t consumerKey) {
             held.push_back(buffer);
             if (held.size() > kPicturesHeld) letGo();
         }
-        RestUntil(RealUs() + 1000);
-    }
+    } while (self.RestFor(std::chrono::microseconds(1000)));
     while (!held.empty())
         letGo();
 }
 
-void RenderThreads::PullSound(std::uint64_t consumerKey) {
+void RenderThreads::PullSound(PacedThread& self, std::uint64_t consumerKey) {
     pthread_setname_np(pthread_self(), "pull-sound");
     const std::int64_t startUs = MediaUs();
-    for (std::int64_t k = 0; !ending; ++k) {
+    for (std::int64_t k = 0;; ++k) {
         const std::int64_t timeUs = startUs + k * 100'000 / 3;
         for (const std::shared_ptr<nxRenderer2>& renderer : shelves.sounds.All())
             PullBlock(*renderer, consumerKey, timeUs);
-        RestUntil(timeUs / kMediaSpeed);
+        if (!self.RestUntil(AtUs(timeUs / kMediaSpeed))) return;
     }
 }
 

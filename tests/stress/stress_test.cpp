@@ -3,7 +3,6 @@
 
 #include <atomic>
 #include <iostream>
-#include <thread>
 
 #include "host/core/zThread.h"
 #include "host_runtime/core/MainThreadQueue.h"
@@ -13,6 +12,7 @@
 #include "tests/stress/Callers.h"
 #include "tests/stress/FastClock.h"
 #include "tests/stress/LibraryThreads.h"
+#include "tests/stress/PacedThread.h"
 #include "tests/stress/PhoneNetwork.h"
 #include "tests/stress/RenderThreads.h"
 #include "tests/stress/Settings.h"
@@ -24,16 +24,14 @@ namespace {
 constexpr int kFactoriesReplaced = 4;
 
 // Replaces the factory a few times, evenly spread, and then ends the main thread's loop.
-std::thread Conduct(StressHost& host, int seconds) {
-    return std::thread([&host, seconds] {
-        const auto piece = std::chrono::milliseconds(seconds * 1000 / (kFactoriesReplaced + 1));
-        for (int index = 0; index < kFactoriesReplaced; ++index) {
-            std::this_thread::sleep_for(piece);
-            zThread::ExecuteOnMainThread([&host] { host.ReplaceFactory(); });
-        }
-        std::this_thread::sleep_for(piece);
-        host_runtime::MainThreadQueue::Default().Quit();
-    });
+void Conduct(PacedThread& self, StressHost& host, int seconds) {
+    const auto piece = std::chrono::milliseconds(seconds * 1000 / (kFactoriesReplaced + 1));
+    for (int index = 0; index < kFactoriesReplaced; ++index) {
+        self.RestFor(piece);
+        zThread::ExecuteOnMainThread([&host] { host.ReplaceFactory(); });
+    }
+    self.RestFor(piece);
+    host_runtime::MainThreadQueue::Default().Quit();
 }
 
 // The thread of the test is the main thread.
@@ -55,9 +53,8 @@ TEST(Stress, EveryThreadAtOnceLeavesNothingBehind) {
         {
             const RenderThreads renderThreads(shelves, counts);
             const Callers callers(seed += 100, shelves, counts, [&host] { host->Act(); });
-            std::thread conductor = Conduct(*host, settings.seconds);
+            const PacedThread conductor([&](PacedThread& self) { Conduct(self, *host, settings.seconds); });
             queue.Run();
-            conductor.join();
         }
         host.reset();
         queue.ShutDown();
