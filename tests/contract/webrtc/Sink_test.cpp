@@ -80,40 +80,39 @@ TEST(VideoSink, ExceptionEndsOnlyItsOwnCall) {
     stream->VideoTrack(0)->RemoveSink(sink);
 }
 
-TEST(VideoSink, LastReferencesMayGoInsideTheCallback) {
+// `trackOf` takes a track from the stream; `listen` adds a sink to it that calls what it is given.
+template <class TrackOf, class Listen>
+void LetGoOfAllInsideTheCallback(TrackOf trackOf, Listen listen) {
     Record record;
     std::atomic<bool> done{false};
     auto call = std::make_unique<Call>();
     call->Connect();
     auto stream = call->WaitForStream();
     ASSERT_TRUE(stream);
-    auto track = stream->VideoTrack(0);
-    track->AddOrUpdateSink(new VideoSink([&](const voI420Frame&) {
+    auto track = trackOf(*stream);
+    listen(*track, [&] {
         if (done.exchange(true)) return;
         stream = nullptr;
         call->Release();
         track = nullptr;
         record.Add("released");
-    }));
+    });
     EXPECT_TRUE(record.WaitFor("released"));
 }
 
+TEST(VideoSink, LastReferencesMayGoInsideTheCallback) {
+    LetGoOfAllInsideTheCallback(
+        [](auto& stream) { return stream.VideoTrack(0); },
+        [](auto& track, auto letGo) {
+            track.AddOrUpdateSink(new VideoSink([letGo](const voI420Frame&) { letGo(); }));
+        });
+}
+
 TEST(AudioSink, LastReferencesMayGoInsideTheCallback) {
-    Record record;
-    std::atomic<bool> done{false};
-    auto call = std::make_unique<Call>();
-    call->Connect();
-    auto stream = call->WaitForStream();
-    ASSERT_TRUE(stream);
-    auto track = stream->AudioTrack(0);
-    track->AddSink(new AudioSink([&](const voAudioData&) {
-        if (done.exchange(true)) return;
-        stream = nullptr;
-        call->Release();
-        track = nullptr;
-        record.Add("released");
-    }));
-    EXPECT_TRUE(record.WaitFor("released"));
+    LetGoOfAllInsideTheCallback([](auto& stream) { return stream.AudioTrack(0); },
+                                [](auto& track, auto letGo) {
+                                    track.AddSink(new AudioSink([letGo](const voAudioData&) { letGo(); }));
+                                });
 }
 
 TEST(VideoSink, RemovingFromATrackWhoseConnectionIsGoneIsHarmless) {
