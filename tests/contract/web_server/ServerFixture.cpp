@@ -1,6 +1,5 @@
 #include "tests/contract/web_server/ServerFixture.h"
 
-#include <chrono>
 #include <utility>
 
 namespace tests {
@@ -38,20 +37,6 @@ std::unique_ptr<RawPeer> ServerFixture::Join() {
     return peer;
 }
 
-std::vector<std::string> ServerFixture::Lines() {
-    const support::MutexLock lock(mutex);
-    return lines;
-}
-
-std::vector<std::string> ServerFixture::WaitForLines(std::size_t count) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(8);
-    const support::MutexLock lock(mutex);
-    while (lines.size() < count) {
-        if (!changed.WaitUntil(mutex, deadline)) break;
-    }
-    return lines;
-}
-
 std::shared_ptr<WebSocketConnection> ServerFixture::LatestConnection() {
     const support::MutexLock lock(mutex);
     return connections.empty() ? nullptr : connections.back();
@@ -60,12 +45,6 @@ std::shared_ptr<WebSocketConnection> ServerFixture::LatestConnection() {
 void ServerFixture::ForgetConnections() {
     const support::MutexLock lock(mutex);
     connections.clear();
-}
-
-void ServerFixture::Write(std::string line) {
-    const support::MutexLock lock(mutex);
-    lines.push_back(std::move(line));
-    changed.NotifyAll();
 }
 
 }  // namespace tests

@@ -10,11 +10,12 @@
 
 #include "support/annotated_mutex.h"
 #include "tests/contract/web_socket/RawPeer.h"
+#include "tests/fakes/WrittenLines.h"
 #include "web_server/WebSocketServer.h"
 
 namespace tests {
 
-class ServerFixture : public testing::Test {
+class ServerFixture : public testing::Test, protected WrittenLines {
 protected:
     ~ServerFixture() override;
 
@@ -24,8 +25,6 @@ protected:
     // A client that was accepted.
     std::unique_ptr<RawPeer> Join();
 
-    std::vector<std::string> Lines();
-    std::vector<std::string> WaitForLines(std::size_t count);
     std::shared_ptr<web_server::WebSocketConnection> LatestConnection();
     void ForgetConnections();
 
@@ -35,11 +34,7 @@ protected:
     std::unique_ptr<web_server::WebSocketServer> server;
 
 private:
-    void Write(std::string line);
-
     support::Mutex mutex;
-    support::Condition changed;
-    std::vector<std::string> lines GUARDED_BY(mutex);
     std::vector<std::shared_ptr<web_server::WebSocketConnection>> connections GUARDED_BY(mutex);
 };
 

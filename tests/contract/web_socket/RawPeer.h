@@ -1,14 +1,14 @@
-// One end of a TCP connection, perhaps with TLS, that says exactly what a test wants: nothing here knows
-// how a WebSocket ought to behave. Every operation gives up after a few seconds.
+// One end of a WebSocket connection that says exactly what a test wants: nothing here knows how a WebSocket
+// ought to behave.
 #pragma once
-
-#include <openssl/ssl.h>
 
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include "tests/contract/web_socket/TestSocket.h"
 
 namespace tests {
 
@@ -38,12 +38,9 @@ enum class Masking { None, Masked };
 // The bytes of one frame, masked as a client's or not as a server's (RFC 6455 section 5.2).
 std::string EncodeFrame(const Frame& frame, Masking masking = Masking::None);
 
-class RawPeer {
+class RawPeer : public TestSocket {
 public:
-    explicit RawPeer(int socketToOwn, int itsNumber = 1);
-    ~RawPeer();
-    RawPeer(const RawPeer&) = delete;
-    RawPeer& operator=(const RawPeer&) = delete;
+    explicit RawPeer(int socketToOwn, int itsNumber = 1) : TestSocket(socketToOwn), number(itsNumber) {}
 
     static std::unique_ptr<RawPeer> ConnectTo(std::uint16_t port);  // on 127.0.0.1; null when refused
 
@@ -51,8 +48,6 @@ public:
 
     bool AcceptTls(SSL_CTX* context);
 
-    // False when the other end is gone.
-    bool Send(std::string_view bytes);
     bool SendSlowly(std::string_view bytes);  // one byte per segment
     bool SendFrame(const Frame& frame) { return Send(EncodeFrame(frame)); }
 
@@ -65,25 +60,14 @@ public:
     std::string Acceptance() const;  // the answer to the request that was read
 
     bool ReadSome() { return Fill(); }
-    std::string ReadHeader();  // up to and with the empty line; what came when the end is reached
+    std::string ReadHeader() { return ReadUntil("\r\n\r\n"); }  // with the empty line
     std::optional<ReceivedFrame> ReadFrame();
     // The next frame that is neither ping nor pong.
     std::optional<ReceivedFrame> ReadMessage();
 
-    // Reads and forgets until the other end is gone; false when it is still there after the time.
-    bool WaitForEnd();
-    void Reset();     // the end comes as a reset
-    void ShutDown();  // [any-thread] ends a running operation
-
 private:
-    bool Fill();
-    bool Take(std::size_t count, std::string& into);
-
-    const int socket;
     const int number;
-    SSL* tls = nullptr;
     std::string request;
-    std::string received;
 };
 
 }  // namespace tests

@@ -42,26 +42,6 @@ std::shared_ptr<SocketLog> SocketLog::Of(cWebSocket& socket) {
     return log;
 }
 
-void SocketLog::Write(std::string line) {
-    const support::MutexLock lock(mutex);
-    lines.push_back(std::move(line));
-    changed.NotifyAll();
-}
-
-std::vector<std::string> SocketLog::Lines() const {
-    const support::MutexLock lock(mutex);
-    return lines;
-}
-
-std::vector<std::string> SocketLog::WaitForLines(std::size_t count) const {
-    const auto deadline = std::chrono::steady_clock::now() + kPatience;
-    const support::MutexLock lock(mutex);
-    while (lines.size() < count) {
-        if (!changed.WaitUntil(mutex, deadline)) break;
-    }
-    return lines;
-}
-
 void PassNetworkThread() {
     std::promise<void> passed;
     boost::asio::post(host_runtime::NetworkContext(), [&passed] { passed.set_value(); });

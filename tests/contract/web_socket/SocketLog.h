@@ -3,28 +3,16 @@
 #pragma once
 
 #include <memory>
-#include <string>
-#include <vector>
 
 #include "host/network/cWebSocket.h"
-#include "support/annotated_mutex.h"
+#include "tests/fakes/WrittenLines.h"
 
 namespace tests {
 
-class SocketLog {
+class SocketLog : public WrittenLines {
 public:
     // The handlers keep the log alive, and not the socket.
     static std::shared_ptr<SocketLog> Of(cWebSocket& socket);
-
-    std::vector<std::string> Lines() const;
-    // Waits, with a deadline, until there are so many; returns what there is.
-    std::vector<std::string> WaitForLines(std::size_t count) const;
-    void Write(std::string line);
-
-private:
-    mutable support::Mutex mutex;
-    mutable support::Condition changed;
-    std::vector<std::string> lines GUARDED_BY(mutex);
 };
 
 // Returns after the network thread has done all that was posted to it.

@@ -68,26 +68,6 @@ void HttpsFixture::Listen(const web_server::HttpsServerOptions& options) {
     ASSERT_NE(server, nullptr) << error;
 }
 
-std::vector<std::string> HttpsFixture::Lines() {
-    const support::MutexLock lock(mutex);
-    return lines;
-}
-
-std::vector<std::string> HttpsFixture::WaitForLines(std::size_t count) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(8);
-    const support::MutexLock lock(mutex);
-    while (lines.size() < count) {
-        if (!changed.WaitUntil(mutex, deadline)) break;
-    }
-    return lines;
-}
-
-void HttpsFixture::Write(std::string line) {
-    const support::MutexLock lock(mutex);
-    lines.push_back(std::move(line));
-    changed.NotifyAll();
-}
-
 void HttpsFixture::BeginStream(const std::shared_ptr<web_server::HttpExchange>& exchange) {
     auto begun = exchange->AnswerWithEvents([this] { Write("end"); });
     const support::MutexLock lock(mutex);

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "support/annotated_mutex.h"
+#include "tests/fakes/WrittenLines.h"
 #include "tests/unit/web_server/TlsClient.h"
 #include "web_server/HttpsServer.h"
 
@@ -17,7 +18,8 @@ namespace tests {
 
 web_server::ServerCertificate MakeCertificate(const std::string& name);
 
-class HttpsFixture : public testing::Test {
+// The lines: "request METHOD PATH?QUERY BODY", "refused ADDRESS REASON", "end".
+class HttpsFixture : public testing::Test, protected WrittenLines {
 protected:
     ~HttpsFixture() override;
 
@@ -26,11 +28,6 @@ protected:
         return TlsClient::Connect(server->Port(), Speaks::Tls, from);
     }
     std::unique_ptr<TlsClient> DialPlain() { return TlsClient::Connect(server->Port(), Speaks::NothingYet); }
-
-    // "request METHOD PATH?QUERY BODY", "refused ADDRESS REASON", "end".
-    std::vector<std::string> Lines();
-    std::vector<std::string> WaitForLines(std::size_t count);
-    void Write(std::string line);
 
     // By default every request is answered with 200 and "done". Runs on the server's thread.
     std::function<void(const std::shared_ptr<web_server::HttpExchange>&)> onRequest;
@@ -44,7 +41,6 @@ protected:
 private:
     support::Mutex mutex;
     support::Condition changed;
-    std::vector<std::string> lines GUARDED_BY(mutex);
     std::shared_ptr<web_server::EventStream> begunStream GUARDED_BY(mutex);
 };
 
