@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <stdexcept>
@@ -231,6 +232,11 @@ TEST(Sound, IsSteadyAndWithoutClicks) {
     EXPECT_NEAR(std::sqrt(energy / static_cast<double>(left.size())), 16384 / std::sqrt(2.0), 1200);
 }
 
+bool IsSilent(const voAudioData& data) {
+    return std::all_of(data.samples, data.samples + data.frames * data.channels,
+                       [](std::int16_t sample) { return sample == 0; });
+}
+
 TEST(Sound, IsZeroWhileTheTrackIsDisabled) {
     Record record;
     std::atomic<bool> disabled{false};
@@ -240,9 +246,7 @@ TEST(Sound, IsZeroWhileTheTrackIsDisabled) {
     const auto stream = call.WaitForStream();
     ASSERT_TRUE(stream);
     const voPointer<voAudioTrackInterface::Sink> sink(new AudioSink([&](const voAudioData& data) {
-        bool silent = true;
-        for (std::uint64_t index = 0; index < data.frames * data.channels; ++index)
-            silent = silent && data.samples[index] == 0;
+        const bool silent = IsSilent(data);
         if (!disabled) {
             if (!silent) record.Add("loud");
             return;
@@ -275,9 +279,7 @@ TEST(Sound, GoesOnAsSilenceWhenThePhoneVanishes) {
     const auto stream = call.WaitForStream();
     ASSERT_TRUE(stream);
     const voPointer<voAudioTrackInterface::Sink> sink(new AudioSink([&](const voAudioData& data) {
-        bool silent = true;
-        for (std::uint64_t index = 0; index < data.frames * data.channels; ++index)
-            silent = silent && data.samples[index] == 0;
+        const bool silent = IsSilent(data);
         if (!silent) record.Add("loud");
         silentInARow = silent ? silentInARow + 1 : 0;
         if (silentInARow == 50) record.Add("silent");

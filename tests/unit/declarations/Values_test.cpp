@@ -92,32 +92,31 @@ TEST(Values, OfTheWrapper) {
 
 TEST(Layouts, OfTheWrappersRecords) {
     using vo_webrtc::voSize;
-    using vo_webrtc::voStats;
     using vo_webrtc::voStunServer;
     EXPECT_EQ(offsetof(voSize, width), 0U);
     EXPECT_EQ(offsetof(voSize, height), 4U);
     EXPECT_EQ(offsetof(voStunServer, url), 0U);
     EXPECT_EQ(offsetof(voStunServer, username), sizeof(char*));
     EXPECT_EQ(offsetof(voStunServer, password), 2 * sizeof(char*));
-    // In words of eight bytes: the codes, the time second, the bytes fourth.
-    EXPECT_EQ(offsetof(voStats, stateCode1), 0U);
-    EXPECT_EQ(offsetof(voStats, stateCode2), 4U);
-    EXPECT_EQ(offsetof(voStats, timestampUs), 8U);
-    EXPECT_EQ(offsetof(voStats, counter1), 16U);
-    EXPECT_EQ(offsetof(voStats, bytesReceived), 24U);
-    EXPECT_EQ(offsetof(voStats, counter3), 32U);
-    EXPECT_EQ(offsetof(voStats, counter4), 40U);
-    EXPECT_EQ(sizeof(voStats), 48U);
+}
+
+// In words of eight bytes: the codes, the time second, the bytes fourth.
+template <class Record>
+void ExpectLayoutOfStatistics() {
+    EXPECT_EQ(offsetof(Record, stateCode1), 0U);
+    EXPECT_EQ(offsetof(Record, stateCode2), 4U);
+    EXPECT_EQ(offsetof(Record, timestampUs), 8U);
+    EXPECT_EQ(offsetof(Record, counter1), 16U);
+    EXPECT_EQ(offsetof(Record, bytesReceived), 24U);
+    EXPECT_EQ(offsetof(Record, counter3), 32U);
+    EXPECT_EQ(offsetof(Record, counter4), 40U);
+    EXPECT_EQ(sizeof(Record), 48U);
+    EXPECT_TRUE(std::is_trivially_copyable_v<Record>);
 }
 
 TEST(Layouts, OfTheStatistics) {
-    EXPECT_EQ(offsetof(nxWebRtcStats, stateCode1), 0U);
-    EXPECT_EQ(offsetof(nxWebRtcStats, stateCode2), 4U);
-    EXPECT_EQ(offsetof(nxWebRtcStats, timestampUs), 8U);
-    EXPECT_EQ(offsetof(nxWebRtcStats, counter1), 16U);
-    EXPECT_EQ(offsetof(nxWebRtcStats, bytesReceived), 24U);
-    EXPECT_EQ(offsetof(nxWebRtcStats, counter3), 32U);
-    EXPECT_EQ(offsetof(nxWebRtcStats, counter4), 40U);
+    ExpectLayoutOfStatistics<vo_webrtc::voStats>();
+    ExpectLayoutOfStatistics<nxWebRtcStats>();
 }
 
 TEST(Layouts, OfTheHostsRecords) {

@@ -68,12 +68,18 @@ protected:
         return (samples[1] - 1) * RampSound::kPeriod + samples[0] - 1;
     }
 
-    // Whether sound of this kind reaches a pull. Uses a consumer of its own.
-    bool IsHeard(nxWebRtcAudioRenderer& renderer, RampSound sound) {
-        const std::uint64_t key = nextKey++;
+    // A second of sound, a pull that synchronises a consumer with it, and what its pull at 300 ms reads: with
+    // ramp sound from frame 59200 on.
+    static void Synchronise(nxWebRtcAudioRenderer& renderer, RampSound& sound, std::uint64_t key = 1) {
         sound.Deliver(renderer, 100);
         Pull(renderer, kStart, key);
         sound.Deliver(renderer, 30);
+    }
+
+    // Whether sound of this kind reaches a pull. Uses a consumer of its own.
+    bool IsHeard(nxWebRtcAudioRenderer& renderer, RampSound sound) {
+        const std::uint64_t key = nextKey++;
+        Synchronise(renderer, sound, key);
         return !IsSilent(Pull(renderer, kStart + 300'000, key));
     }
 

@@ -85,9 +85,7 @@ TEST_F(AudioRenderer, FirstPullIsSilentFor200MillisecondsThenTwoBlocksBehindTheN
 TEST_F(AudioRenderer, BlockIsWholeAndContinuous) {
     const auto renderer = MakeAudioRenderer();
     RampSound sound;
-    sound.Deliver(*renderer, 100);
-    Pull(*renderer, kStart);
-    sound.Deliver(*renderer, 30);
+    Synchronise(*renderer, sound);
     const std::vector<std::int16_t> heard = Samples(Pull(*renderer, kStart + 300'000));
     ASSERT_EQ(heard.size(), 3200U);
     for (std::int64_t frame = 0; frame < 1600; ++frame) {
@@ -141,9 +139,7 @@ TEST_F(AudioRenderer, WithoutSoundEveryFourthPullSynchronisesAgain) {
 TEST_F(AudioRenderer, EachConsumerHasItsOwnClock) {
     const auto renderer = MakeAudioRenderer();
     RampSound sound;
-    sound.Deliver(*renderer, 100);
-    Pull(*renderer, kStart, 1);
-    sound.Deliver(*renderer, 30);
+    Synchronise(*renderer, sound);
     EXPECT_TRUE(IsSilent(Pull(*renderer, kStart + 300'000, 2)));
     EXPECT_FALSE(IsSilent(Pull(*renderer, kStart + 300'000, 1)));
 }
@@ -151,9 +147,7 @@ TEST_F(AudioRenderer, EachConsumerHasItsOwnClock) {
 TEST_F(AudioRenderer, TimeBeforeTheSynchronisationIsSilentAndLeavesTheClock) {
     const auto renderer = MakeAudioRenderer();
     RampSound sound;
-    sound.Deliver(*renderer, 100);
-    Pull(*renderer, kStart);
-    sound.Deliver(*renderer, 30);
+    Synchronise(*renderer, sound);
     EXPECT_TRUE(IsSilent(Pull(*renderer, kStart - 10'000'000)));
     EXPECT_EQ(FirstFrame(Pull(*renderer, kStart + 300'000)), 59200);
 }
@@ -170,9 +164,7 @@ TEST_F(AudioRenderer, ReaderMoreThanASecondBehindReadsWhateverTheRingHolds) {
 TEST_F(AudioRenderer, MuteWipesRingAndClocksOnTheNextPull) {
     const auto renderer = MakeAudioRenderer();
     RampSound sound;
-    sound.Deliver(*renderer, 100);
-    Pull(*renderer, kStart);
-    sound.Deliver(*renderer, 30);
+    Synchronise(*renderer, sound);
     renderer->SetAudioMuted(true);
     EXPECT_TRUE(IsSilent(Pull(*renderer, kStart + 300'000)));
     renderer->SetAudioMuted(false);
@@ -200,9 +192,7 @@ TEST_F(AudioRenderer, PullsWhileMutedAdvanceNothing) {
 TEST_F(AudioRenderer, MuteWithoutAPullKeepsRingAndClocks) {
     const auto renderer = MakeAudioRenderer();
     RampSound sound;
-    sound.Deliver(*renderer, 100);
-    Pull(*renderer, kStart);
-    sound.Deliver(*renderer, 30);
+    Synchronise(*renderer, sound);
     renderer->SetAudioMuted(true);
     renderer->SetAudioMuted(false);
     EXPECT_EQ(FirstFrame(Pull(*renderer, kStart + 300'000)), 59200);
@@ -225,9 +215,7 @@ TEST_F(AudioRenderer, InactiveIsSilentWhileRingAndClocksRunOn) {
     zRecord settings;
     settings.SetBool("audioActive", false);
     EXPECT_EQ(renderer->ApplySettings(settings), 0);
-    sound.Deliver(*renderer, 100);
-    Pull(*renderer, kStart);
-    sound.Deliver(*renderer, 30);
+    Synchronise(*renderer, sound);
     EXPECT_TRUE(IsSilent(Pull(*renderer, kStart + 300'000)));
 
     zRecord unset;  // absent is active

@@ -22,9 +22,7 @@ TEST_F(SoundConsumers, KeepTheirClocksHoweverManyTheyAre) {
 TEST_F(SoundConsumers, AreToldApartByAllBitsOfTheirKeys) {
     const auto renderer = MakeAudioRenderer();
     RampSound sound;
-    sound.Deliver(*renderer, 100);
-    Pull(*renderer, kStart, 1);
-    sound.Deliver(*renderer, 30);
+    Synchronise(*renderer, sound);
     for (int bit = 1; bit < 64; ++bit) {
         const std::uint64_t key = 1 | std::uint64_t{1} << bit;
         ASSERT_TRUE(IsSilent(Pull(*renderer, kStart + 300'000, key))) << bit;  // new

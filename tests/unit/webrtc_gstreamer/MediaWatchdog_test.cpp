@@ -38,6 +38,15 @@ public:
         if (findings.askForNegotiation) negotiations.push_back(Seconds());
     }
 
+    // Whether a picture that flows for so long and stops is missed, once.
+    bool MissesPictureAfter(double seconds) {
+        picture = Media::Flows;
+        RunFor(seconds);
+        picture = Media::Gone;
+        RunFor(2);
+        return keyFrames.size() == 1;
+    }
+
     // From now on.
     void Begin() {
         notes.clear();
@@ -67,6 +76,15 @@ private:
     MediaWatchdog::Progress soundCounts;
 };
 
+// Picture and sound have flowed for a while.
+class SettledWatch : public Watch {
+public:
+    SettledWatch() {
+        RunFor(20);
+        Begin();
+    }
+};
+
 bool Contains(const std::string& text, const char* part) {
     return text.find(part) != std::string::npos;
 }
@@ -82,9 +100,7 @@ TEST(MediaWatchdog, SaysNothingWhileMediaFlows) {
 }
 
 TEST(MediaWatchdog, AsksForAKeyFrameWithinTwoSecondsAndThenForANegotiation) {
-    Watch watch;
-    watch.RunFor(20);
-    watch.Begin();
+    SettledWatch watch;
     watch.picture = Media::Gone;
     watch.RunFor(3.75);
     EXPECT_EQ(watch.keyFrames, Times{1.5});
@@ -96,9 +112,7 @@ TEST(MediaWatchdog, AsksForAKeyFrameWithinTwoSecondsAndThenForANegotiation) {
 }
 
 TEST(MediaWatchdog, AKeyFrameThatHelpsEndsIt) {
-    Watch watch;
-    watch.RunFor(20);
-    watch.Begin();
+    SettledWatch watch;
     watch.picture = Media::Gone;
     watch.RunFor(2);
     watch.picture = Media::Flows;
@@ -110,9 +124,7 @@ TEST(MediaWatchdog, AKeyFrameThatHelpsEndsIt) {
 }
 
 TEST(MediaWatchdog, PacketsThatCannotBeDecodedAreNoPicture) {
-    Watch watch;
-    watch.RunFor(20);
-    watch.Begin();
+    SettledWatch watch;
     watch.picture = Media::Undecodable;
     watch.RunFor(3.75);
     EXPECT_EQ(watch.keyFrames, Times{1.5});
@@ -121,9 +133,7 @@ TEST(MediaWatchdog, PacketsThatCannotBeDecodedAreNoPicture) {
 }
 
 TEST(MediaWatchdog, SoundThatTheDecoderMadeUpIsNone) {
-    Watch watch;
-    watch.RunFor(20);
-    watch.Begin();
+    SettledWatch watch;
     watch.sound = Media::MadeUp;
     watch.RunFor(3.75);
     EXPECT_EQ(watch.negotiations, Times{3.5});
@@ -137,9 +147,7 @@ TEST(MediaWatchdog, APictureWithoutItsFirstKeyFrameCounts) {
 }
 
 TEST(MediaWatchdog, SoundThatStopsIsNegotiatedWithoutAKeyFrame) {
-    Watch watch;
-    watch.RunFor(20);
-    watch.Begin();
+    SettledWatch watch;
     watch.sound = Media::Gone;
     watch.RunFor(3.75);
     EXPECT_TRUE(watch.keyFrames.empty());
@@ -157,9 +165,7 @@ TEST(MediaWatchdog, WhatNeverBeganIsNotMissed) {
 }
 
 TEST(MediaWatchdog, WhatTheOtherSideDoesNotSendIsNotMissed) {
-    Watch watch;
-    watch.RunFor(20);
-    watch.Begin();
+    SettledWatch watch;
     watch.dog.Expect(Kind::Picture, false);
     watch.RunFor(1);  // the last packets are still under way
     watch.picture = Media::Gone;
@@ -167,33 +173,21 @@ TEST(MediaWatchdog, WhatTheOtherSideDoesNotSendIsNotMissed) {
     EXPECT_TRUE(watch.notes.empty());
 
     watch.dog.Expect(Kind::Picture, true);
-    watch.picture = Media::Flows;
-    watch.RunFor(5);
-    watch.picture = Media::Gone;
-    watch.RunFor(2);
-    EXPECT_EQ(watch.keyFrames.size(), 1U) << "sent again, so watched again";
+    EXPECT_TRUE(watch.MissesPictureAfter(5)) << "sent again, so watched again";
 }
 
 TEST(MediaWatchdog, AStreamThatSaidGoodbyeIsNotMissed) {
-    Watch watch;
-    watch.RunFor(20);
-    watch.Begin();
+    SettledWatch watch;
     watch.dog.Pause(Kind::Picture);
     watch.RunFor(0.25);  // the last packets are still under way
     watch.picture = Media::Gone;
     watch.RunFor(600);
     EXPECT_TRUE(watch.notes.empty());
-
-    watch.picture = Media::Flows;
-    watch.RunFor(1);
-    watch.picture = Media::Gone;
-    watch.RunFor(2);
-    EXPECT_EQ(watch.keyFrames.size(), 1U) << "it came back, so it is watched again";
+    EXPECT_TRUE(watch.MissesPictureAfter(1)) << "it came back, so it is watched again";
 }
 
 TEST(MediaWatchdog, AGoodbyeEndsWhatWasMissed) {
-    Watch watch;
-    watch.RunFor(20);
+    SettledWatch watch;
     watch.picture = Media::Gone;
     watch.RunFor(2);
     watch.dog.Pause(Kind::Picture);
@@ -202,9 +196,7 @@ TEST(MediaWatchdog, AGoodbyeEndsWhatWasMissed) {
 }
 
 TEST(MediaWatchdog, ASilentPhoneIsAskedLessAndLess) {
-    Watch watch;
-    watch.RunFor(20);
-    watch.Begin();
+    SettledWatch watch;
     watch.picture = Media::Gone;
     watch.sound = Media::Gone;
     watch.RunFor(200);
@@ -213,9 +205,7 @@ TEST(MediaWatchdog, ASilentPhoneIsAskedLessAndLess) {
 }
 
 TEST(MediaWatchdog, APictureThatFlowsSuffersOnceForSilentSound) {
-    Watch watch;
-    watch.RunFor(20);
-    watch.Begin();
+    SettledWatch watch;
     watch.sound = Media::Gone;
     watch.RunFor(600);
     EXPECT_EQ(watch.negotiations, Times{3.5});
@@ -225,8 +215,7 @@ TEST(MediaWatchdog, APictureThatFlowsSuffersOnceForSilentSound) {
 }
 
 TEST(MediaWatchdog, SettledMediaBeginsAnew) {
-    Watch watch;
-    watch.RunFor(20);
+    SettledWatch watch;
     watch.picture = Media::Gone;
     watch.sound = Media::Gone;
     watch.RunFor(65);  // the next negotiation would be due after 123.5 s
@@ -241,8 +230,7 @@ TEST(MediaWatchdog, SettledMediaBeginsAnew) {
 }
 
 TEST(MediaWatchdog, AMomentOfMediaKeepsThePauses) {
-    Watch watch;
-    watch.RunFor(20);
+    SettledWatch watch;
     watch.picture = Media::Gone;
     watch.sound = Media::Gone;
     watch.RunFor(120);
@@ -258,9 +246,7 @@ TEST(MediaWatchdog, AMomentOfMediaKeepsThePauses) {
 }
 
 TEST(MediaWatchdog, WaitsUntilANegotiationMayBe) {
-    Watch watch;
-    watch.RunFor(20);
-    watch.Begin();
+    SettledWatch watch;
     watch.mayNegotiate = false;
     watch.picture = Media::Gone;
     watch.RunFor(9);
@@ -272,8 +258,7 @@ TEST(MediaWatchdog, WaitsUntilANegotiationMayBe) {
 }
 
 TEST(MediaWatchdog, AProcessThatStoodStillBlamesNobody) {
-    Watch watch;
-    watch.RunFor(20);
+    SettledWatch watch;
     watch.picture = Media::Gone;
     watch.sound = Media::Gone;
     watch.LookAfter(3'600'000'000);
