@@ -44,11 +44,6 @@ std::shared_ptr<fakes::FakeWebSocket> FactoryBench::Socket(std::size_t index) {
     return sockets.empty() ? nullptr : sockets[std::min(index, sockets.size() - 1)];
 }
 
-host_runtime::BufferGroup* FactoryBench::Buffers() {
-    static host_runtime::BufferGroup* const group = host_runtime::BufferGroup::Make();
-    return group;
-}
-
 void RequireFactoryGone() {
     RequireNoneAlive({{"factories", &nxKestrelRenderersFactory::Alive},
                       {"panels", &nxKestrelGlass::Alive},

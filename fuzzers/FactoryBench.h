@@ -14,9 +14,6 @@
 namespace fakes {
 class FakeWebSocket;
 }
-namespace host_runtime {
-class BufferGroup;
-}
 
 namespace fuzzing {
 
@@ -31,7 +28,6 @@ public:
     std::string UrlOf(const std::string& identifier);
     // Socket `index` of those made so far, the last one when there are fewer; null when it is gone.
     static std::shared_ptr<fakes::FakeWebSocket> Socket(std::size_t index);
-    static host_runtime::BufferGroup* Buffers();
 
     fakes::VirtualTime time;
     const QuietTrace trace;

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "fuzzers/Harness.h"
+#include "tests/unit/webrtc_gstreamer/OfferText.h"
 #include "webrtc_gstreamer/DescriptionRules.h"
 #include "webrtc_gstreamer/IceCandidate.h"
 #include "webrtc_gstreamer/OfferCaps.h"
@@ -17,27 +18,6 @@ namespace {
 
 using fuzzing::Require;
 using namespace webrtc_gstreamer;
-
-std::string Section(const std::string& line, const std::string& mid, const std::string& rest) {
-    return line + "\r\nc=IN IP4 0.0.0.0\r\na=mid:" + mid + "\r\na=rtcp-mux\r\n" + rest;
-}
-
-// As the library offers.
-SessionDescription OwnOffer() {
-    const std::string text =
-        "v=0\r\no=- 1 0 IN IP4 0.0.0.0\r\ns=-\r\nt=0 0\r\na=group:BUNDLE video0 audio1\r\na=setup:actpass\r\n"
-        "a=ice-ufrag:abcd\r\na=ice-pwd:abcdefghijklmnopqrstuv\r\na=fingerprint:sha-256 "
-        "3E:FE:DB:2F:FE:DF:91:10:72:4D:EA:58:28:A5:71:F9:DD:5F:5F:2E:B4:C8:DC:1B:1E:6A:D7:72:9D:37:56:"
-        "84\r\n" +
-        Section("m=video 9 UDP/TLS/RTP/SAVPF 96 97", "video0",
-                "a=recvonly\r\na=rtpmap:96 H264/90000\r\na=fmtp:96 "
-                "packetization-mode=1;profile-level-id=42e034\r\n"
-                "a=rtcp-fb:96 nack\r\na=rtcp-fb:96 nack pli\r\na=rtpmap:97 VP8/90000\r\na=extmap:1 " +
-                    std::string(kTransportWideCcUri) + "\r\n") +
-        Section("m=audio 0 UDP/TLS/RTP/SAVPF 111", "audio1",
-                "a=bundle-only\r\na=recvonly\r\na=rtpmap:111 OPUS/48000/2\r\n");
-    return *ParseDescription(text).description;
-}
 
 void RequireEqual(const MediaSection& left, const MediaSection& right) {
     Require(left.kind == right.kind && left.protocol == right.protocol && left.mid == right.mid,
@@ -129,7 +109,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const SessionDescription ownOffer = OwnOffer();
+    static const SessionDescription ownOffer = *ParseDescription(OfferText()).description;
     const std::string_view text(reinterpret_cast<const char*>(data), size);
     // A second description may stand behind a line of dashes.
     const std::size_t cut = text.find("\n---\n");

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "fuzzers/Buffers.h"
 #include "fuzzers/Harness.h"
 #include "host/media/nxBuffer2.h"
 #include "host_runtime/media/BufferGroup.h"
@@ -110,16 +111,11 @@ HeardSound& Heard() {
     return heard;
 }
 
-host_runtime::BufferGroup* Buffers() {
-    static host_runtime::BufferGroup* const group = host_runtime::BufferGroup::Make();
-    return group;
-}
-
 class Bench {
 public:
     explicit Bench(FuzzedDataProvider& data)
         : bytes(data),
-          renderer(new nxWebRtcAudioRenderer("phone", Buffers(), shared),
+          renderer(new nxWebRtcAudioRenderer("phone", fuzzing::Buffers(), shared),
                    [](nxWebRtcAudioRenderer* counted) { counted->Release(); }),
           nowUs(bytes.ConsumeBool() ? 7'000'000'000 : bytes.ConsumeIntegral<std::int64_t>()) {
         Heard().Forget();

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "connection/nxWebRtcConnection.h"
+#include "fuzzers/Buffers.h"
 #include "fuzzers/Harness.h"
 #include "fuzzers/Messages.h"
 #include "host_runtime/media/BufferGroup.h"
@@ -24,11 +25,6 @@ using fuzzing::Require;
 using Factory = vo_webrtc::voPeerConnectionFactoryInterface;
 
 constexpr int kMostSteps = 48;
-
-host_runtime::BufferGroup* Buffers() {
-    static host_runtime::BufferGroup* const group = host_runtime::BufferGroup::Make();
-    return group;
-}
 
 // What the library was asked to do, in numbers.
 struct Asked {
@@ -63,8 +59,8 @@ public:
                 connection->SetSocket(bytes.ConsumeBool() ? socket : nullptr);
                 break;
             case 2:
-                if (bytes.ConsumeBool()) connection->GetVideoRenderer(Buffers());
-                if (bytes.ConsumeBool()) connection->GetAudioRenderer(Buffers());
+                if (bytes.ConsumeBool()) connection->GetVideoRenderer(fuzzing::Buffers());
+                if (bytes.ConsumeBool()) connection->GetAudioRenderer(fuzzing::Buffers());
                 connection->SetOnAir(bytes.ConsumeBool());
                 break;
             case 3:

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "fuzzers/Buffers.h"
 #include "fuzzers/FactoryBench.h"
 #include "fuzzers/Messages.h"
 #include "fuzzers/Records.h"
@@ -138,7 +139,7 @@ private:
         const std::string identifier = AnyIdentifier();
         const mdMediaType type = bytes.PickValueInArray(kTypes);
         std::shared_ptr<nxRenderer2> renderer;
-        bench.factory->CreateRenderer(renderer, identifier.c_str(), type, fuzzing::FactoryBench::Buffers());
+        bench.factory->CreateRenderer(renderer, identifier.c_str(), type, fuzzing::Buffers());
         const bool expected = sources.contains(identifier) && type != FourCC("text");
         Require(static_cast<bool>(renderer) == expected, "activated sources have picture and sound");
     }

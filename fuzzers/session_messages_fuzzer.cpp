@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "connection/nxWebRtcConnection.h"
+#include "fuzzers/Buffers.h"
 #include "fuzzers/Harness.h"
 #include "fuzzers/Messages.h"
 #include "host_runtime/core/UserLog.h"
@@ -38,11 +39,6 @@ constexpr const char* kDescriptions[] = {R"({"sessionGuid":"guid","ownerKey":"ke
                                          "{\"sessionGuid\":\""};
 constexpr const char* kAddresses[] = {"ws://127.0.0.2:9001/", "rendezvous.example", "", "\xC3\xA4"};
 constexpr std::int64_t kPauses[] = {0, 1, 1'000'001, 6'000'000, 60'000'000, 3'600'000'000};
-
-host_runtime::BufferGroup* Buffers() {
-    static host_runtime::BufferGroup* const group = host_runtime::BufferGroup::Make();
-    return group;
-}
 
 class Bench {
 public:
@@ -153,8 +149,8 @@ private:
         auto connection = session->FindConnectionByPeer(peer);
         if (!connection) connection = session->FindConnectionForSource("guid");
         if (!connection) connection = session->CreateConnectionForSource("guid");
-        if (bytes.ConsumeBool()) connection->GetVideoRenderer(Buffers());
-        if (bytes.ConsumeBool()) connection->GetAudioRenderer(Buffers());
+        if (bytes.ConsumeBool()) connection->GetVideoRenderer(fuzzing::Buffers());
+        if (bytes.ConsumeBool()) connection->GetAudioRenderer(fuzzing::Buffers());
         session->ApplyTally(connection);
     }
 

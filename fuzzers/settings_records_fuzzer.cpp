@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "fuzzers/Buffers.h"
 #include "fuzzers/FactoryBench.h"
 #include "fuzzers/Records.h"
 #include "host/renderer/nxRenderer2.h"
@@ -94,8 +95,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             Activate(bench, identifier, settings);
             for (const mdMediaType type : {kMediaTypeVideo, kMediaTypeAudio}) {
                 std::shared_ptr<nxRenderer2> renderer;
-                bench.factory->CreateRenderer(renderer, identifier.c_str(), type,
-                                              fuzzing::FactoryBench::Buffers());
+                bench.factory->CreateRenderer(renderer, identifier.c_str(), type, fuzzing::Buffers());
                 Require(renderer != nullptr, "an activated source has picture and sound");
                 renderer->ApplySettings(settings);
             }

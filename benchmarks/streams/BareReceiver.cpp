@@ -8,6 +8,7 @@
 #include "apps/petrel/IceSetup.h"
 #include "apps/petrel/SdpFields.h"
 #include "host/network/cWebSocket.h"
+#include "tests/e2e/petrel/CreatedOffer.h"
 
 namespace benchmarks {
 namespace {
@@ -93,14 +94,7 @@ void BareReceiver::OnMessage(const std::string& text) {
 }
 
 void BareReceiver::Offer() {
-    GstPromise* const made = gst_promise_new();
-    g_signal_emit_by_name(webrtc, "create-offer", nullptr, made);
-    gst_promise_wait(made);
-    GstWebRTCSessionDescription* offer = nullptr;
-    gst_structure_get(gst_promise_get_reply(made), "offer", GST_TYPE_WEBRTC_SESSION_DESCRIPTION, &offer,
-                      nullptr);
-    gst_promise_unref(made);
-    const GstHandle<GstWebRTCSessionDescription> owned(offer);
+    const GstHandle<GstWebRTCSessionDescription> offer = tests::CreateOffer(webrtc);
     const GstHandle<gchar> text(gst_sdp_message_as_text(offer->sdp));
     {
         const support::MutexLock lock(mutex);
@@ -111,7 +105,7 @@ void BareReceiver::Offer() {
                   {"type", "offer"}}
                  .dump());
     }
-    g_signal_emit_by_name(webrtc, "set-local-description", offer, nullptr);
+    g_signal_emit_by_name(webrtc, "set-local-description", offer.get(), nullptr);
 }
 
 void BareReceiver::SetAnswer(const std::string& sdp) {

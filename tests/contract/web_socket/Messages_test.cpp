@@ -1,11 +1,8 @@
 // What arrives and what is sent.
-#include <boost/asio/post.hpp>
 #include <map>
 #include <thread>
 #include <vector>
 
-#include "host_runtime/network/NetworkThread.h"
-#include "tests/contract/web_socket/Box.h"
 #include "tests/contract/web_socket/WebSocketFixture.h"
 
 namespace tests {
@@ -22,6 +19,15 @@ protected:
         Serve([bytes](RawPeer& peer) {
             peer.AcceptWebSocket();
             peer.Send(bytes);
+            peer.WaitForEnd();
+        });
+    }
+    // Accepts the socket and takes its first message, or "none".
+    void ServeFirstMessage(const Box<std::string>& first) {
+        Serve([first](RawPeer& peer) {
+            peer.AcceptWebSocket();
+            const auto frame = peer.ReadMessage();
+            first.Put(frame ? frame->payload : "none");
             peer.WaitForEnd();
         });
     }
@@ -133,12 +139,7 @@ TEST_P(WebSocketMessages, AreSentWholeAndInOrderFromManyThreads) {
 
 TEST_P(WebSocketMessages, AreDroppedWhenNotOpen) {
     const Box<std::string> first;
-    Serve([first](RawPeer& peer) {
-        peer.AcceptWebSocket();
-        const auto frame = peer.ReadMessage();
-        first.Put(frame ? frame->payload : "none");
-        peer.WaitForEnd();
-    });
+    ServeFirstMessage(first);
     socket->send("before open()");
     Open();
     socket->send("while connecting");  // dropped, or the opening was quicker and it is the first
@@ -171,12 +172,7 @@ TEST_P(WebSocketMessages, AreDroppedWhileTheServerHesitates) {
 
 TEST_P(WebSocketMessages, CanBeSentFromAHandler) {
     const Box<std::string> first;
-    Serve([first](RawPeer& peer) {
-        peer.AcceptWebSocket();
-        const auto frame = peer.ReadMessage();
-        first.Put(frame ? frame->payload : "none");
-        peer.WaitForEnd();
-    });
+    ServeFirstMessage(first);
     socket->onOpen = [](const std::shared_ptr<cWebSocket>& self) { self->send("join"); };
     Open();
     EXPECT_EQ(first.Take(), "join");
@@ -221,13 +217,7 @@ TEST_P(WebSocketMessages, NeverBlockTheSender) {
     });
     Open();
     Reports(1);
-    const Gate reached;
-    const Gate released;
-    boost::asio::post(host_runtime::NetworkContext(), [reached, released] {
-        reached.Open();
-        released.Wait();
-    });
-    reached.Wait();
+    const Gate released = HoldUpNetworkThread();
     for (int i = 0; i < 1000; ++i)
         socket->send("text");
     socket->keepAlive(0, 0, 0);

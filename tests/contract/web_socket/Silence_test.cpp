@@ -1,11 +1,8 @@
 // open(), close() and release: what the handlers must not hear, and how a socket is used again.
-#include <boost/asio/post.hpp>
 #include <thread>
 
-#include "host_runtime/network/NetworkThread.h"
 #include "host_runtime/network/WebSocketClient.h"
 #include "support/annotated_mutex.h"
-#include "tests/contract/web_socket/Box.h"
 #include "tests/contract/web_socket/WebSocketFixture.h"
 
 namespace tests {
@@ -25,18 +22,6 @@ protected:
     }
     // What the server read last; the script may outlive the test.
     const std::shared_ptr<std::atomic<int>> goodbye = std::make_shared<std::atomic<int>>(0);
-
-    // Keeps the network thread from doing anything until the result is opened.
-    static Gate HoldUpNetworkThread() {
-        const Gate reached;
-        const Gate released;
-        boost::asio::post(host_runtime::NetworkContext(), [reached, released] {
-            reached.Open();
-            released.Wait();
-        });
-        reached.Wait();
-        return released;
-    }
 };
 
 INSTANTIATE_TEST_SUITE_P(Over, WebSocketSilence, testing::Values(Scheme::Plain, Scheme::Tls), SchemeName);

@@ -1,6 +1,9 @@
 #include "tests/contract/web_socket/WebSocketFixture.h"
 
+#include <boost/asio/post.hpp>
 #include <utility>
+
+#include "host_runtime/network/NetworkThread.h"
 
 namespace tests {
 
@@ -32,6 +35,17 @@ std::string WebSocketFixture::Url(const std::string& target) const {
 
 void WebSocketFixture::UseSettings(const host_runtime::NetworkSettings& newSettings) {
     host_runtime::SetNetworkSettings(newSettings);
+}
+
+Gate WebSocketFixture::HoldUpNetworkThread() {
+    const Gate reached;
+    const Gate released;
+    boost::asio::post(host_runtime::NetworkContext(), [reached, released] {
+        reached.Open();
+        released.Wait();
+    });
+    reached.Wait();
+    return released;
 }
 
 std::vector<std::string> WebSocketFixture::Reports(std::size_t count) const {

@@ -10,6 +10,7 @@
 
 #include "host/network/cWebSocket.h"
 #include "host_runtime/network/NetworkSettings.h"
+#include "tests/contract/web_socket/Box.h"
 #include "tests/contract/web_socket/Certificates.h"
 #include "tests/contract/web_socket/RawServer.h"
 #include "tests/contract/web_socket/SocketLog.h"
@@ -34,6 +35,9 @@ protected:
     void Open(double timeoutSeconds = kLongEnough) { socket->open(Url().c_str(), timeoutSeconds); }
     void UseSettings(const host_runtime::NetworkSettings& settings);
     host_runtime::NetworkSettings settings;
+
+    // Keeps the network thread from doing anything until the result is opened.
+    static Gate HoldUpNetworkThread();
 
     // Waits for so many reports and returns all that came until the network thread had nothing left.
     std::vector<std::string> Reports(std::size_t count) const;

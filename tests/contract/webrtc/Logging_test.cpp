@@ -22,34 +22,29 @@ private:
     const bool throws;
 };
 
+// Something that the library has to say.
+void CauseFailure() {
+    Call call;
+    call.connection->SetRemoteDescription("nonsense", "answer");
+    EXPECT_TRUE(call.record.WaitFor("failure"));
+}
+
 TEST(Logging, LinesReachTheSinkUntilItIsTakenAway) {
     Record record;
     voDebug::SetLogging(new LogSink(record, false), voDebug::LogLevel::Info);
-    {
-        Call call;
-        call.connection->SetRemoteDescription("nonsense", "answer");
-        EXPECT_TRUE(call.record.WaitFor("failure"));
-    }
+    CauseFailure();
     EXPECT_TRUE(record.WaitFor("line"));
     voDebug::SetLogging(nullptr, voDebug::LogLevel::None);
     EXPECT_TRUE(record.WaitFor("gone"));
     const std::size_t before = record.Count("line");
-    {
-        Call call;
-        call.connection->SetRemoteDescription("nonsense", "answer");
-        EXPECT_TRUE(call.record.WaitFor("failure"));
-    }
+    CauseFailure();
     EXPECT_EQ(record.Count("line"), before);
 }
 
 TEST(Logging, LevelNoneIsSilent) {
     Record record;
     voDebug::SetLogging(new LogSink(record, false), voDebug::LogLevel::None);
-    {
-        Call call;
-        call.connection->SetRemoteDescription("nonsense", "answer");
-        EXPECT_TRUE(call.record.WaitFor("failure"));
-    }
+    CauseFailure();
     voDebug::SetLogging(nullptr, voDebug::LogLevel::Info);
     EXPECT_TRUE(record.WaitFor("gone"));
     EXPECT_EQ(record.Count("line"), 0U);

@@ -9,6 +9,8 @@
 #include <fstream>
 #include <sstream>
 
+#include "tests/fakes/AllocationOperators.h"
+
 namespace {
 
 // A thread takes a slot with its first allocation and keeps it. Nothing here may allocate.
@@ -42,7 +44,7 @@ std::int64_t PageFaultsIn(const std::string& statistics) {
 
 }  // namespace
 
-void e2e::CountAllocation() {
+void tests::BeforeAllocation() {
     if (ownSlot == nullptr) {
         const std::size_t index = takenSlots.fetch_add(1);
         if (index >= kMostThreads) std::abort();  // counting on would hide allocations

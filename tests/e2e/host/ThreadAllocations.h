@@ -16,9 +16,6 @@ struct ThreadUse {
     std::int64_t pageFaults = 0;
 };
 
-// Called by the operators of CountingAllocator.cpp.
-void CountAllocation();
-
 // The living threads by their identifiers.
 std::map<pid_t, ThreadUse> UseByThread();
 

@@ -8,6 +8,7 @@
 #include "apps/petrel/IceSetup.h"
 #include "apps/petrel/OfferPlan.h"
 #include "apps/petrel/SdpFields.h"
+#include "tests/e2e/petrel/CreatedOffer.h"
 
 namespace tests {
 namespace {
@@ -69,14 +70,7 @@ TestReceiver::~TestReceiver() {
 }
 
 void TestReceiver::Offer() {
-    GstPromise* made = gst_promise_new();
-    g_signal_emit_by_name(webrtc, "create-offer", nullptr, made);
-    gst_promise_wait(made);
-    GstWebRTCSessionDescription* offer = nullptr;
-    gst_structure_get(gst_promise_get_reply(made), "offer", GST_TYPE_WEBRTC_SESSION_DESCRIPTION, &offer,
-                      nullptr);
-    gst_promise_unref(made);
-    const GstHandle<GstWebRTCSessionDescription> owned(offer);
+    const GstHandle<GstWebRTCSessionDescription> offer = CreateOffer(webrtc);
     const GstHandle<gchar> text(gst_sdp_message_as_text(offer->sdp));
     send(json{{"action", "masterMadeOffer"},
               {"peersIdentifier", identifier},
@@ -84,7 +78,7 @@ void TestReceiver::Offer() {
               {"sessionGuid", "guid"},
               {"type", "offer"}}
              .dump());
-    g_signal_emit_by_name(webrtc, "set-local-description", offer, nullptr);
+    g_signal_emit_by_name(webrtc, "set-local-description", offer.get(), nullptr);
 }
 
 void TestReceiver::OnMessage(const std::string& text) {

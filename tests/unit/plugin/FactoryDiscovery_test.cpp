@@ -9,8 +9,6 @@ using testing::IsEmpty;
 using testing::Pair;
 using testing::SizeIs;
 
-constexpr const char* kTypeIdentifier = "8194E1DE-8A84-4714-9866-9605C4807817";
-
 class FactoryDiscovery : public tests::FactoryTest {};
 
 TEST_F(FactoryDiscovery, AnnouncesAPhone) {

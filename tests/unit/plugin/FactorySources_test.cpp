@@ -10,8 +10,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::MatchesRegex;
 
-constexpr const char* kTypeIdentifier = "8194E1DE-8A84-4714-9866-9605C4807817";
-
 class FactoryNewSource : public tests::FactoryTest {};
 
 TEST_F(FactoryNewSource, DescribesItselfAndWritesItsSettings) {

@@ -25,6 +25,7 @@ std::vector<LivingCount> FactoryLivingCounts();
 class FactoryTest : public testing::Test {
 protected:
     static constexpr const char* kAddress = "127.0.0.2";
+    static constexpr const char* kTypeIdentifier = "8194E1DE-8A84-4714-9866-9605C4807817";
     static constexpr const char* kUrl = "ws://127.0.0.2:9001/";
     static constexpr std::int64_t kSecondUs = 1'000'000;
 

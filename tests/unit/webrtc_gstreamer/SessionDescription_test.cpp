@@ -4,48 +4,27 @@
 
 #include <random>
 
+#include "tests/unit/webrtc_gstreamer/OfferText.h"
 #include "webrtc_gstreamer/DescriptionRules.h"
 #include "webrtc_gstreamer/OfferCaps.h"
 
 namespace webrtc_gstreamer {
 namespace {
 
-constexpr const char* kFingerprint =
-    "sha-256 3E:FE:DB:2F:FE:DF:91:10:72:4D:EA:58:28:A5:71:F9:DD:5F:5F:2E:B4:C8:DC:1B:1E:6A:D7:72:9D:37:56:84";
-
-std::string Section(const std::string& line, const std::string& mid, const std::string& rest) {
-    return line + "\r\nc=IN IP4 0.0.0.0\r\na=mid:" + mid + "\r\na=rtcp-mux\r\n" + rest;
-}
-
-std::string Offer() {
-    return "v=0\r\no=- 1 0 IN IP4 0.0.0.0\r\ns=-\r\nt=0 0\r\na=group:BUNDLE video0 "
-           "audio1\r\na=setup:actpass\r\n"
-           "a=ice-ufrag:abcd\r\na=ice-pwd:abcdefghijklmnopqrstuv\r\na=fingerprint:" +
-           std::string(kFingerprint) + "\r\n" +
-           Section("m=video 9 UDP/TLS/RTP/SAVPF 96 97", "video0",
-                   "a=recvonly\r\na=rtpmap:96 H264/90000\r\na=fmtp:96 "
-                   "packetization-mode=1;profile-level-id=42e034\r\n"
-                   "a=rtcp-fb:96 nack\r\na=rtcp-fb:96 nack pli\r\na=rtpmap:97 VP8/90000\r\na=extmap:1 " +
-                       std::string(kTransportWideCcUri) + "\r\n") +
-           Section("m=audio 0 UDP/TLS/RTP/SAVPF 111", "audio1",
-                   "a=bundle-only\r\na=recvonly\r\na=rtpmap:111 OPUS/48000/2\r\n");
-}
-
 // As browsers write it: nothing in the session part, formats of its own choice.
 std::string Answer() {
-    const std::string transport =
-        "a=ice-ufrag:wxyz\r\na=ice-pwd:1234567890123456789012\r\na=fingerprint:" + std::string(kFingerprint) +
-        "\r\na=setup:active\r\n";
+    const std::string transport = "a=ice-ufrag:wxyz\r\na=ice-pwd:1234567890123456789012\r\na=fingerprint:" +
+                                  std::string(kOfferFingerprint) + "\r\na=setup:active\r\n";
     return "v=0\r\no=- 1 0 IN IP4 127.0.0.1\r\ns=-\r\nt=0 0\r\na=group:BUNDLE video0 "
            "audio1\r\na=msid-semantic: WMS\r\n" +
-           Section("m=video 9 UDP/TLS/RTP/SAVPF 97 96", "video0",
-                   transport +
-                       "a=sendonly\r\na=msid:- x\r\na=rtpmap:97 VP8/90000\r\na=rtpmap:96 h264/90000\r\n"
-                       "a=fmtp:96 packetization-mode=1;payload=5;sprop-parameter-sets=Z0LA,aM4=\r\n"
-                       "a=rtcp-fb:* transport-cc\r\na=ssrc:1234 cname:abc\r\na=ssrc:1234 msid:- x\r\n"
-                       "a=candidate:1 1 udp 1 192.0.2.1 5 typ host\r\n") +
-           Section("m=audio 9 UDP/TLS/RTP/SAVPF 111", "audio1",
-                   transport + "a=sendrecv\r\na=rtpmap:111 opus/48000/2\r\n");
+           SectionText("m=video 9 UDP/TLS/RTP/SAVPF 97 96", "video0",
+                       transport +
+                           "a=sendonly\r\na=msid:- x\r\na=rtpmap:97 VP8/90000\r\na=rtpmap:96 h264/90000\r\n"
+                           "a=fmtp:96 packetization-mode=1;payload=5;sprop-parameter-sets=Z0LA,aM4=\r\n"
+                           "a=rtcp-fb:* transport-cc\r\na=ssrc:1234 cname:abc\r\na=ssrc:1234 msid:- x\r\n"
+                           "a=candidate:1 1 udp 1 192.0.2.1 5 typ host\r\n") +
+           SectionText("m=audio 9 UDP/TLS/RTP/SAVPF 111", "audio1",
+                       transport + "a=sendrecv\r\na=rtpmap:111 opus/48000/2\r\n");
 }
 
 SessionDescription Parsed(const std::string& text) {
@@ -83,7 +62,7 @@ TEST(SessionDescription, APayloadTypeNamedTwiceCountsOnce) {
     ASSERT_EQ(answer.media[0].formats.size(), 2U);
     EXPECT_EQ(answer.media[0].formats[0].payload, 97);
     EXPECT_EQ(answer.media[0].formats[1].payload, 96);
-    EXPECT_EQ(WhyNotAnAnswer(Parsed(Offer()), answer).value_or(""), "");
+    EXPECT_EQ(WhyNotAnAnswer(Parsed(OfferText()), answer).value_or(""), "");
 }
 
 TEST(SessionDescription, AStreamWithoutANumberIsLeftOut) {
@@ -93,10 +72,10 @@ TEST(SessionDescription, AStreamWithoutANumberIsLeftOut) {
 }
 
 TEST(SessionDescription, SessionAttributesHoldForEverySection) {
-    const auto offer = Parsed(Offer());
+    const auto offer = Parsed(OfferText());
     for (const MediaSection& section : offer.media) {
         EXPECT_EQ(section.iceUfrag, "abcd");
-        EXPECT_EQ(section.fingerprint, kFingerprint);
+        EXPECT_EQ(section.fingerprint, kOfferFingerprint);
         EXPECT_FALSE(section.rejected);
     }
     EXPECT_TRUE(offer.media[1].bundleOnly);
@@ -109,17 +88,17 @@ TEST(SessionDescription, BundledSectionsInheritTheTransport) {
         const auto at = text.find(key, second);
         text.erase(at, text.find("\r\n", at) + 2 - at);
     }
-    EXPECT_FALSE(WhyNotAnAnswer(Parsed(Offer()), Parsed(text)));
+    EXPECT_FALSE(WhyNotAnAnswer(Parsed(OfferText()), Parsed(text)));
 }
 
 TEST(SessionDescription, LineFeedsAloneAreEnough) {
     std::string text = Answer();
     std::erase(text, '\r');
-    EXPECT_FALSE(WhyNotAnAnswer(Parsed(Offer()), Parsed(text)));
+    EXPECT_FALSE(WhyNotAnAnswer(Parsed(OfferText()), Parsed(text)));
 }
 
 TEST(SessionDescription, WrittenAnewReadsTheSame) {
-    const auto offer = Parsed(Offer());
+    const auto offer = Parsed(OfferText());
     const auto fitted = AnswerForEngine(offer, Parsed(Answer()));
     const SdpMessagePointer message = ToMessage(fitted);
     const TextPointer text(gst_sdp_message_as_text(message.get()));
@@ -136,7 +115,7 @@ TEST(SessionDescription, WrittenAnewReadsTheSame) {
 }
 
 TEST(AnswerRules, ABrowsersAnswerFits) {
-    EXPECT_EQ(WhyNotAnAnswer(Parsed(Offer()), Parsed(Answer())).value_or(""), "");
+    EXPECT_EQ(WhyNotAnAnswer(Parsed(OfferText()), Parsed(Answer())).value_or(""), "");
 }
 
 TEST(AnswerRules, ARefusedFirstSectionStaysInTheEnginesBundle) {
@@ -146,7 +125,7 @@ TEST(AnswerRules, ARefusedFirstSectionStaysInTheEnginesBundle) {
     text = text.substr(0, first) + "m=video 0 UDP/TLS/RTP/SAVPF 0\r\na=mid:video0\r\na=inactive\r\n" +
            text.substr(second);
     text.replace(text.find("BUNDLE video0 audio1"), 20, "BUNDLE audio1");
-    const auto offer = Parsed(Offer());
+    const auto offer = Parsed(OfferText());
     const auto answer = Parsed(text);
     ASSERT_EQ(WhyNotAnAnswer(offer, answer).value_or(""), "");
     EXPECT_FALSE(WillSend(answer.media[0]));
@@ -163,7 +142,7 @@ TEST(AnswerRules, AnInactiveSectionSendsNothing) {
     std::string text = Answer();
     text.replace(text.find("a=sendrecv"), 10, "a=inactive");
     const auto answer = Parsed(text);
-    EXPECT_FALSE(WhyNotAnAnswer(Parsed(Offer()), answer));
+    EXPECT_FALSE(WhyNotAnAnswer(Parsed(OfferText()), answer));
     EXPECT_FALSE(WillSend(answer.media[1]));
 }
 
@@ -198,7 +177,7 @@ TEST(OfferRules, ARejectedSectionsOwnTransportIsNotHandedOn) {
     EXPECT_EQ(fitted.setup, "actpass");
     EXPECT_EQ(fitted.iceUfrag, "wxyz");
     EXPECT_EQ(fitted.icePwd, "1234567890123456789012");
-    EXPECT_EQ(fitted.fingerprint, kFingerprint);
+    EXPECT_EQ(fitted.fingerprint, kOfferFingerprint);
     EXPECT_TRUE(fitted.ssrcs.empty());
     EXPECT_TRUE(fitted.candidates.empty());
 }
@@ -222,7 +201,7 @@ TEST(OfferRules, ALaterOfferKeepsTheSections) {
 // Any text may come in. What passes the rules must be something the engine's own parser takes, too.
 TEST(SessionDescription, DamagedTextsAreRefusedOrHarmless) {
     std::mt19937 random(7);
-    const auto offer = Parsed(Offer());
+    const auto offer = Parsed(OfferText());
     const std::string good = Answer();
     int fitting = 0;
     for (int round = 0; round < 20000; ++round) {
