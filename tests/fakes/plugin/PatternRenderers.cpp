@@ -28,20 +28,6 @@ void SizeIn(const std::string& address, int& width, int& height) {
     std::sscanf(address.c_str() + digits, "%dx%d", &width, &height);
 }
 
-nxBuffer2* MakePicture(nxBufferGroup2& group, int width, int height) {
-    mdMediaRecord record(kMediaTypeVideo);
-    record.SetInt32(FourCC("mwid"), width);
-    record.SetInt32(FourCC("mhei"), height);
-    record.SetInt32(FourCC("mcol"), static_cast<std::int32_t>(kPixelFormatUYVY));
-    record.SetBytesPerRowBasedOnFormat();
-    nxBuffer2* buffer = nullptr;
-    if (group.CreateBuffer(record, &buffer) != kStatusOk || buffer == nullptr) return nullptr;
-    buffer->SetBool(FourCC("vidI"), true);
-    buffer->SetInt32(FourCC("mdSQ"), width);
-    buffer->SetInt32(FourCC("mdSH"), height);
-    return buffer;
-}
-
 class PatternVideo final : public nxRenderer2 {
 public:
     PatternVideo(std::string patternAddress, nxBufferGroup2* group)
@@ -80,7 +66,7 @@ private:
             height = 240;
         }
         if (latest != nullptr) latest->Release();
-        latest = MakePicture(*bufferGroup, width, height);
+        latest = MakePatternPicture(*bufferGroup, width, height);
         latestFrame = frame;
         if (latest == nullptr) return;
         PaintPattern(*latest, static_cast<std::uint32_t>(frame),
@@ -145,6 +131,20 @@ std::shared_ptr<nxRenderer2> MakePatternRenderer(const std::string& address, mdM
         renderer = new PatternAudio(address, bufferGroup);
     }
     return {renderer, [](nxRenderer2* owned) { owned->Release(); }};
+}
+
+nxBuffer2* MakePatternPicture(nxBufferGroup2& group, int width, int height) {
+    mdMediaRecord record(kMediaTypeVideo);
+    record.SetInt32(FourCC("mwid"), width);
+    record.SetInt32(FourCC("mhei"), height);
+    record.SetInt32(FourCC("mcol"), static_cast<std::int32_t>(kPixelFormatUYVY));
+    record.SetBytesPerRowBasedOnFormat();
+    nxBuffer2* buffer = nullptr;
+    if (group.CreateBuffer(record, &buffer) != kStatusOk || buffer == nullptr) return nullptr;
+    buffer->SetBool(FourCC("vidI"), true);
+    buffer->SetInt32(FourCC("mdSQ"), width);
+    buffer->SetInt32(FourCC("mdSH"), height);
+    return buffer;
 }
 
 void PaintPattern(nxBuffer2& buffer, std::uint32_t frameNumber, std::uint64_t senderTimeUs, bool flash) {

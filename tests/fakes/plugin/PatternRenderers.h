@@ -23,6 +23,9 @@ inline constexpr std::int64_t kBeepAfterFlashUs = 80'000;
 std::shared_ptr<nxRenderer2> MakePatternRenderer(const std::string& address, mdMediaType mediaType,
                                                  nxBufferGroup2* bufferGroup);
 
+// An empty UYVY picture; null when the group gives none. One reference for the caller.
+nxBuffer2* MakePatternPicture(nxBufferGroup2& group, int width, int height);
+
 // Paints a grey picture with a stamp, and a flash or none, into a UYVY buffer.
 void PaintPattern(nxBuffer2& buffer, std::uint32_t frameNumber, std::uint64_t senderTimeUs, bool flash);
 

@@ -24,15 +24,7 @@ public:
     }
 
     BufferPointer Empty(int width, int height) const {
-        mdMediaRecord record(kMediaTypeVideo);
-        record.SetInt32(FourCC("mwid"), width);
-        record.SetInt32(FourCC("mhei"), height);
-        record.SetInt32(FourCC("mcol"), static_cast<std::int32_t>(kPixelFormatUYVY));
-        record.SetBytesPerRowBasedOnFormat();
-        nxBuffer2* buffer = nullptr;
-        group->CreateBuffer(record, &buffer);
-        buffer->SetBool(FourCC("vidI"), true);
-        return BufferPointer::Adopt(buffer);
+        return BufferPointer::Adopt(fakes::MakePatternPicture(*group, width, height));
     }
 
     // 1600 frames from `timeUs` on; beeps begin at `beepUs` and each second later.
