@@ -8,32 +8,10 @@
 #include <optional>
 #include <vector>
 
-#include "support/annotated_mutex.h"
+#include "tests/fakes/WrittenLines.h"
 
 namespace halyard {
 namespace {
-
-class Received {
-public:
-    void Add(std::string piece) {
-        const support::MutexLock lock(mutex);
-        pieces.push_back(std::move(piece));
-        changed.NotifyAll();
-    }
-    // Waits until so many pieces came; fewer when the time is over first.
-    std::vector<std::string> WaitFor(std::size_t count) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        const support::MutexLock lock(mutex);
-        while (pieces.size() < count && changed.WaitUntil(mutex, deadline)) {
-        }
-        return pieces;
-    }
-
-private:
-    support::Mutex mutex;
-    support::Condition changed;
-    std::vector<std::string> pieces GUARDED_BY(mutex);
-};
 
 class InputReaderTest : public testing::Test {
 protected:
@@ -50,11 +28,11 @@ protected:
         ends[1] = -1;
     }
     InputReader::Receiver Receiver() {
-        return [this](std::string piece) { received.Add(std::move(piece)); };
+        return [this](std::string piece) { received.Write(std::move(piece)); };
     }
 
     int ends[2] = {-1, -1};
-    Received received;
+    tests::WrittenLines received;
 };
 
 using Pieces = std::vector<std::string>;
@@ -62,23 +40,23 @@ using Pieces = std::vector<std::string>;
 TEST_F(InputReaderTest, PassesOnWhatComesAndThenTheEnd) {
     InputReader reader(ends[0], Receiver());
     Write("one");
-    EXPECT_EQ(received.WaitFor(1), (Pieces{"one"}));
+    EXPECT_EQ(received.WaitForLines(1), (Pieces{"one"}));
     reader.ReadOn();
     Write("two");
-    EXPECT_EQ(received.WaitFor(2), (Pieces{"one", "two"}));
+    EXPECT_EQ(received.WaitForLines(2), (Pieces{"one", "two"}));
     reader.ReadOn();
     EndInput();
-    EXPECT_EQ(received.WaitFor(3), (Pieces{"one", "two", ""}));
+    EXPECT_EQ(received.WaitForLines(3), (Pieces{"one", "two", ""}));
 }
 
 TEST_F(InputReaderTest, ReadsNoFurtherThanItIsToldTo) {
     {
         InputReader reader(ends[0], Receiver());
         Write("one");
-        received.WaitFor(1);
+        received.WaitForLines(1);
         Write("two");
     }
-    EXPECT_EQ(received.WaitFor(1), (Pieces{"one"}));
+    EXPECT_EQ(received.WaitForLines(1), (Pieces{"one"}));
     char rest[8] = {};
     EXPECT_EQ(read(ends[0], rest, sizeof rest), 3) << "the rest is still in the pipe";
 }
@@ -90,7 +68,7 @@ TEST_F(InputReaderTest, EndsWhileNothingComes) {
 TEST_F(InputReaderTest, AClosedDescriptorIsAtItsEnd) {
     constexpr int kNeverOpened = 1'000'000;
     InputReader reader(kNeverOpened, Receiver());
-    EXPECT_EQ(received.WaitFor(1), (Pieces{""}));
+    EXPECT_EQ(received.WaitForLines(1), (Pieces{""}));
 }
 
 TEST_F(InputReaderTest, AFileIsReadToItsEnd) {
@@ -101,9 +79,9 @@ TEST_F(InputReaderTest, AFileIsReadToItsEnd) {
     lseek(file, 0, SEEK_SET);
     {
         InputReader reader(file, Receiver());
-        received.WaitFor(1);
+        received.WaitForLines(1);
         reader.ReadOn();
-        EXPECT_EQ(received.WaitFor(2), (Pieces{"text", ""}));
+        EXPECT_EQ(received.WaitForLines(2), (Pieces{"text", ""}));
     }
     close(file);
 }
