@@ -58,12 +58,12 @@ std::unique_ptr<CameraPhone> CameraPageTest::StartPhone(CameraPhoneOptions optio
 }
 
 void CameraPageTest::StartPairedPhone() {
-    phone = StartPhone({gate->PairUrl(), folder / "camera.y4m", folder / "microphone.wav", "", ""});
+    phone = StartPhone({gate->PairUrl(), folder / "camera.y4m", folder / "microphone.wav", "", "", ""});
     ASSERT_TRUE(phone->WaitForState("waiting", kLaunchLimit)) << phone->Transcript() << gate->Log();
 }
 
 void CameraPageTest::StartStampedPhone(const std::string& size) {
-    phone = StartPhone({gate->PairUrl(), "", "", size, ""});
+    phone = StartPhone({gate->PairUrl(), "", "", size, "", ""});
     ASSERT_TRUE(phone->WaitForState("waiting", kLaunchLimit)) << phone->Transcript() << gate->Log();
 }
 
@@ -71,10 +71,23 @@ void CameraPageTest::SetCable(bool isPlugged) {
     ASSERT_EQ(Ip(std::string("link set cable ") + (isPlugged ? "up" : "down")), "");
 }
 
+bool CameraPageTest::Shows(const std::string& state, int tab, std::chrono::seconds limit) {
+    return host.RunUntil([&] { return phone->State(tab) == state; }, limit);
+}
+
+bool CameraPageTest::ShowsSentence(const std::string& sentence, int tab, std::chrono::seconds limit) {
+    return host.RunUntil([&] { return phone->Says("\"problem\":\"" + sentence + "\"", tab); }, limit);
+}
+
+bool CameraPageTest::Done(std::size_t commands, std::chrono::seconds limit) {
+    return host.RunUntil([&] { return phone->Count("done") >= commands; }, limit);
+}
+
 std::string CameraPageTest::Troubles(const CameraPhone& from) {
     std::string troubles;
     for (const browser::PhoneEvent& event : from.Events()) {
-        if (event.name == "trouble" || event.name == "outside") troubles += event.text + "\n";
+        if (event.name.starts_with("trouble") || event.name.starts_with("outside"))
+            troubles += event.text + "\n";
     }
     return troubles;
 }

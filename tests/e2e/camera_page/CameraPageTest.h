@@ -35,6 +35,13 @@ protected:
 
     void SetCable(bool isPlugged);
 
+    // Waits, while the host runs, until the phone shows a state, or one sentence of what is wrong.
+    bool Shows(const std::string& state, int tab = 1, std::chrono::seconds limit = 20s);
+    bool ShowsSentence(const std::string& sentence, int tab = 1, std::chrono::seconds limit = 20s);
+    // Until the phone has done so many things in all.
+    bool Done(std::size_t commands, std::chrono::seconds limit = 20s);
+    std::string Logs() const { return phone->Transcript() + gate->Log(); }
+
     // Everything that the pages did that they should not.
     static std::string Troubles(const CameraPhone& from);
 

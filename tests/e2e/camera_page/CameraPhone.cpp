@@ -1,5 +1,7 @@
 #include "tests/e2e/camera_page/CameraPhone.h"
 
+#include <cstdlib>
+
 namespace camera_page {
 namespace {
 
@@ -12,6 +14,7 @@ std::vector<std::string> Words(const CameraPhoneOptions& options) {
     add("--audio", options.microphoneFile);
     add("--stamped", options.stampedSize);
     add("--locale", options.locale);
+    add("--modules", options.modules);
     return words;
 }
 
@@ -23,6 +26,15 @@ bool CameraPhone::WaitForState(const std::string& state, std::chrono::seconds li
     return WaitFor(
         [&state](const browser::PhoneEvent& event) { return event.name == "state" && event.state == state; },
         limit, after);
+}
+
+bool CameraPhone::Says(const std::string& text, int tab) const {
+    return Latest("state" + Suffix(tab)).text.find(text) != std::string::npos;
+}
+
+void CameraPhone::TakePicture(const std::string& name) {
+    const char* const folder = std::getenv("CAMERA_PAGE_PICTURES");
+    if (folder != nullptr) Write("picture " + std::string(folder) + "/" + name + ".png");
 }
 
 }  // namespace camera_page

@@ -42,6 +42,11 @@ std::string PhoneGate::Url() const {
     return url.substr(0, url.find(kFragment));
 }
 
+std::string PhoneGate::OperatorUrl() const {
+    const std::string token = tests::ReadText(state / "operator.token");
+    return Url() + "operator?token=" + token.substr(0, token.find('\n'));
+}
+
 std::string PhoneGate::Run(std::vector<std::string> words) const {
     words.insert(words.end(), {"--state", state.Path().string()});
     e2e::ChildProcess command(PETREL_PROGRAM, words);

@@ -20,7 +20,8 @@ public:
 
     // "https://10.78.0.1:9443/#pair=XXXX-XXXX": of the newest code.
     std::string PairUrl() const;
-    std::string Url() const;  // without a code
+    std::string Url() const;          // without a code
+    std::string OperatorUrl() const;  // for a browser that is not on this machine
     // The output of another command of the program, on the same state.
     std::string Run(std::vector<std::string> words) const;
     std::string Log() const { return process->Output() + process->Errors(); }

@@ -9,9 +9,8 @@
 namespace camera_page {
 
 void StampedPictures::OnPicture(const host_runtime::PulledPicture& picture) {
-    using namespace std::chrono;
     if (!picture.isPicture || !picture.isNew) return;
-    const std::int64_t nowUs = duration_cast<microseconds>(steady_clock::now().time_since_epoch()).count();
+    const std::int64_t nowUs = SteadyNowUs();
     nxBuffer2& buffer = *picture.buffer;
     const int width = buffer.GetDisplayWidth();
     const int height = buffer.GetDisplayHeight();
@@ -49,6 +48,11 @@ void StampedPictures::BeginAnew() {
     counts.longestGapUs = 0;
     counts.latenciesMs.clear();
     counts.distinct = 0;
+}
+
+std::int64_t SteadyNowUs() {
+    using namespace std::chrono;
+    return duration_cast<microseconds>(steady_clock::now().time_since_epoch()).count();
 }
 
 double Percentile(std::vector<double> values, double share) {

@@ -35,6 +35,8 @@ private:
     std::optional<std::uint32_t> lastNumber GUARDED_BY(mutex);
 };
 
+std::int64_t SteadyNowUs();
+
 // The value below which a share of the values lies.
 double Percentile(std::vector<double> values, double share);
 

@@ -4,18 +4,26 @@
 // the person does. It ends when that input ends.
 //
 //   camera_phone.mjs --url URL (--video FILE.y4m --audio FILE.wav | --stamped WxH) [--locale NAME]
+//                    [--modules failing|unknown]
 //
-//   reload | click SELECTOR | choose SELECTOR VALUE | open URL | turn | end-camera
+//   reload | click SELECTOR | see SELECTOR | choose SELECTOR VALUE | open URL | turn | end-camera
+//   tab URL | select NUMBER | survey LANGUAGE | picture FILE | mend-modules
+//
+// What happens in the second tab has ".2" behind the names of its events.
 import { readFileSync } from 'node:fs';
 import { createRequire } from 'node:module';
 import readline from 'node:readline';
 import { parseArgs } from 'node:util';
+
+import { survey } from './page_survey.mjs';
+import { PageTab } from './page_tab.mjs';
 
 const require = createRequire(new URL('../browser/', import.meta.url));
 const { launchChromium } = require('./chromium.js');
 
 const kUpright = { width: 390, height: 844 };
 const kSideways = { width: 844, height: 390 };
+const kPageScript = '**/page/page.js';
 
 function say(event) {
     process.stdout.write(`${JSON.stringify(event)}\n`);
@@ -28,6 +36,7 @@ function readOptions() {
             video: { type: 'string' },
             audio: { type: 'string' },
             stamped: { type: 'string' },
+            modules: { type: 'string', default: '' },
             locale: { type: 'string', default: 'en-US' },
         },
     });
@@ -35,57 +44,38 @@ function readOptions() {
     return values;
 }
 
-// Runs in the page: tells every change of the big display and of the problem, in the frame that shows it.
-function watchPage() {
-    addEventListener('DOMContentLoaded', () => {
-        let told = '';
-        const look = () => {
-            const state = document.body.dataset.state;
-            const problem = ['problem-text', 'pair-problem']
-                .map((id) => document.getElementById(id)?.textContent ?? '')
-                .join('');
-            const watching = document.getElementById('watching')?.textContent ?? '';
-            const url = location.href;
-            const now = JSON.stringify({ state, problem, watching, url });
-            if (now === told) return;
-            told = now;
-            requestAnimationFrame(() => {
-                const atMs = performance.timeOrigin + performance.now();
-                report({ event: 'state', state, problem, watching, url, atMs });
-            });
-        };
-        new MutationObserver(look).observe(document.documentElement, {
-            attributes: true,
-            childList: true,
-            characterData: true,
-            subtree: true,
-        });
-        look();
-    });
-}
-
-// The page's clock against the steady one of this machine, as exactly as a question and its answer allow.
-async function clockOffsetMs(page) {
-    let best = { trip: Infinity, offset: 0 };
-    for (let round = 0; round < 30; round += 1) {
-        const before = Number(process.hrtime.bigint()) / 1e6;
-        const inPage = await page.evaluate(() => performance.timeOrigin + performance.now());
-        const after = Number(process.hrtime.bigint()) / 1e6;
-        if (after - before < best.trip) best = { trip: after - before, offset: (before + after) / 2 - inPage };
+// What a browser runs before the page's own scripts.
+function readScripts({ stamped, modules }) {
+    const read = (name) => readFileSync(new URL(name, import.meta.url), 'utf8');
+    const scripts = [];
+    if (stamped) {
+        const [width, height] = stamped.split('x').map(Number);
+        const options = JSON.stringify({ width, height });
+        scripts.push(`${read('stamped_camera.js')}\nuseStampedCamera(${options});`);
     }
-    return best.offset;
+    if (modules === 'unknown') scripts.push('delete HTMLScriptElement.prototype.noModule;');
+    scripts.push(read('page_watch.js'));
+    return scripts;
 }
 
 class CameraPhone {
     constructor(options) {
         this.options = options;
         this.ending = false;
+        this.tabs = [];
     }
 
     async run() {
-        this.browser = await launchChromium({ video: this.options.video, audio: this.options.audio });
+        await this.launch();
         this.browser.on('disconnected', () => this.end(1));
-        const context = await this.browser.newContext({
+        await this.spoilModules();
+        await this.openTab(this.options.url);
+    }
+
+    async launch() {
+        this.browser = await launchChromium({ video: this.options.video, audio: this.options.audio });
+        this.close = () => this.browser.close();
+        this.context = await this.browser.newContext({
             ignoreHTTPSErrors: true,
             viewport: kUpright,
             isMobile: true,
@@ -93,84 +83,72 @@ class CameraPhone {
             locale: this.options.locale,
             permissions: ['camera', 'microphone'],
         });
-        this.page = await context.newPage();
-        this.listen();
-        await this.page.exposeFunction('report', say);
-        await this.page.addInitScript(watchPage);
-        if (this.options.stamped) await this.useStampedCamera();
-        await this.open(this.options.url);
     }
 
-    // What should not happen on any page of ours.
-    listen() {
-        const origin = new URL(this.options.url).origin;
-        this.page.on('pageerror', (error) => say({ event: 'trouble', text: String(error.stack ?? error) }));
-        this.page.on('console', (message) => {
-            if (/Content Security Policy|Refused to/.test(message.text())) {
-                say({ event: 'trouble', text: message.text() });
-            }
+    async openTab(url) {
+        this.tab = new PageTab({
+            page: await this.context.newPage(),
+            suffix: this.tabs.length === 0 ? '' : `.${this.tabs.length + 1}`,
+            origin: new URL(this.options.url).origin,
+            isStamped: Boolean(this.options.stamped),
+            say,
         });
-        this.page.on('request', (request) => {
-            const url = new URL(request.url());
-            const isOwn = url.origin === origin || url.protocol === 'data:' || url.protocol === 'blob:';
-            if (!isOwn) say({ event: 'outside', text: request.url() });
-        });
-        this.page.on('requestfailed', (request) => {
-            const path = new URL(request.url()).pathname;
-            if (path.startsWith('/page/')) say({ event: 'trouble', text: `${path}: ${request.failure()?.errorText}` });
-        });
-        this.page.on('response', (response) => {
-            const path = new URL(response.url()).pathname;
-            if (path.startsWith('/page/') && response.status() >= 400) {
-                say({ event: 'trouble', text: `${path}: ${response.status()}` });
-            }
-        });
-        this.page.on('dialog', (dialog) => dialog.accept());
+        this.tabs.push(this.tab);
+        await this.tab.prepare(readScripts(this.options));
+        await this.tab.open(url);
     }
 
-    async useStampedCamera() {
-        const [width, height] = this.options.stamped.split('x').map(Number);
-        const script = readFileSync(new URL('stamped_camera.js', import.meta.url), 'utf8');
-        await this.page.addInitScript(`${script}\nuseStampedCamera(${JSON.stringify({ width, height })});`);
-    }
-
-    async open(url) {
-        say({ event: 'opening', atMs: Date.now() });
-        await this.page.goto(url);
-        await this.setClock();
-        say({ event: 'opened', url: this.page.url() });
-    }
-
-    async setClock() {
-        if (!this.options.stamped) return;
-        const offsetMs = await clockOffsetMs(this.page);
-        await this.page.evaluate((offset) => setStampOffset(offset), offsetMs);
-        say({ event: 'clock', offsetMs });
+    // A browser that the page's modules do not run in.
+    async spoilModules() {
+        const { modules } = this.options;
+        if (modules === 'failing') {
+            const body = 'throw new Error("this browser does not know that");';
+            await this.context.route(kPageScript, (route) => route.fulfill({ contentType: 'text/javascript', body }));
+        }
+        if (modules === 'unknown') await this.context.route(kPageScript, (route) => route.abort());
     }
 
     async do(line) {
         const [command, ...words] = line.trim().split(' ');
+        const { tab } = this;
         switch (command) {
             case 'reload':
-                say({ event: 'opening', atMs: Date.now() });
-                await this.page.reload();
-                await this.setClock();
+                await tab.reload();
                 break;
             case 'click':
-                await this.page.click(words[0]);
+                await tab.page.click(words[0]);
                 break;
             case 'choose':
-                await this.page.selectOption(words[0], words[1]);
+                await tab.page.selectOption(words[0], words[1]);
                 break;
             case 'open':
-                await this.open(words[0]);
+                await tab.open(words[0]);
+                break;
+            case 'see':
+                await tab.page.waitForSelector(words.join(' '));
                 break;
             case 'turn':
-                await this.page.setViewportSize(kSideways);
-                await this.page.evaluate(() => turnStampedCamera());
+                await tab.page.setViewportSize(kSideways);
+                await tab.page.evaluate(() => turnStampedCamera());
                 break;
             case 'end-camera':
-                await this.page.evaluate(() => endStampedCamera());
+                await tab.page.evaluate(() => endStampedCamera());
+                break;
+            case 'tab':
+                await this.openTab(words[0]);
+                break;
+            case 'select':
+                this.tab = this.tabs[Number(words[0]) - 1];
+                await this.tab.page.bringToFront();
+                break;
+            case 'survey':
+                tab.say({ event: 'survey', ...(await survey(tab.page, words[0])) });
+                break;
+            case 'picture':
+                await tab.page.screenshot({ path: words[0] });
+                break;
+            case 'mend-modules':
+                await this.context.unroute(kPageScript);
                 break;
             default:
                 throw new Error(`"${command}" is not understood`);
@@ -185,7 +163,7 @@ class CameraPhone {
     async end(code) {
         if (this.ending) return;
         this.ending = true;
-        if (this.browser) await this.browser.close().catch(() => {});
+        await this.close?.().catch(() => {});
         process.exit(code);
     }
 }

@@ -7,11 +7,6 @@
 namespace camera_page {
 namespace {
 
-std::int64_t SteadyNowUs() {
-    using namespace std::chrono;
-    return duration_cast<microseconds>(steady_clock::now().time_since_epoch()).count();
-}
-
 using CameraPageNetwork = CameraPageTest;
 
 TEST_F(CameraPageNetwork, AMinuteWithoutANetworkIsMendedWithoutATouch) {
@@ -43,7 +38,7 @@ TEST_F(CameraPageNetwork, EightPhonesAtOnce) {
     std::vector<std::shared_ptr<StampedPictures>> pictures;
     std::vector<std::shared_ptr<host_runtime::Source>> sources;
     for (std::size_t index = 0; index < kPhones; ++index) {
-        phones.push_back(StartPhone({gate->PairUrl(), "", "", "320x180", ""}));
+        phones.push_back(StartPhone({gate->PairUrl(), "", "", "320x180", "", ""}));
         ASSERT_TRUE(phones.back()->WaitForState("waiting", kLaunchLimit))
             << phones.back()->Transcript() << gate->Log();
         pictures.push_back(std::make_shared<StampedPictures>());

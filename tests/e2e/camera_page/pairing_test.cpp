@@ -38,10 +38,6 @@ protected:
         ASSERT_TRUE(Shows("live")) << phone->Transcript();
     }
 
-    bool Shows(const std::string& state, std::chrono::seconds limit = 20s) {
-        return host.RunUntil([&] { return phone->State() == state; }, limit);
-    }
-
     bool PicturesMove(std::chrono::seconds limit = kMediaLimit) {
         const int before = media->NewPictures();
         return host.RunUntil([&] { return media->NewPictures() > before + 15; }, limit);
@@ -137,7 +133,7 @@ TEST_F(CameraPage, ARestartOfTheServerIsNotSeen) {
 
 TEST_F(CameraPage, AWrongCodeIsRefusedAndTheRightOnePairs) {
     phone = StartPhone(
-        {gate->Url() + "#pair=AAAA-AAAA", folder / "camera.y4m", folder / "microphone.wav", "", "de-DE"});
+        {gate->Url() + "#pair=AAAA-AAAA", folder / "camera.y4m", folder / "microphone.wav", "", "de-DE", ""});
     ASSERT_TRUE(phone->WaitFor(
         [](const PhoneEvent& event) { return event.text.find("Der Code ist falsch") != std::string::npos; },
         kLaunchLimit))
