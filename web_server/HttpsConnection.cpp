@@ -323,12 +323,14 @@ private:
     }
 
     void Flush() {
-        if (!streaming || writing || IsFinishing()) return;
+        if (!streaming || IsFinishing()) return;
+        // Even while an event is on its way: a client that reads no more never lets it arrive.
         if (queue.HasOverflown()) {
             owner.OnRefused(remoteAddress, "an event stream that is not read");
             Drop();
             return;
         }
+        if (writing) return;
         const std::string* text = queue.Front();
         if (text == nullptr) {
             if (ending) Finish();

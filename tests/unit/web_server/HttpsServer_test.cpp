@@ -306,6 +306,22 @@ TEST_F(HttpsServerTest, DropsAStreamThatIsNotRead) {
                                              "refused 127.0.0.1 an event stream that is not read", "end"));
 }
 
+TEST_F(HttpsServerTest, DropsAStreamThatIsReadNoMoreInTheMiddleOfAnEvent) {
+    onRequest = [this](const auto& exchange) { BeginStream(exchange); };
+    HttpsServerOptions options;
+    options.maximumQueuedBytes = std::size_t{48} << 20;
+    Listen(options);
+    const auto client = Dial();
+    client->Send("GET /events HTTP/1.1\r\nHost: a\r\n\r\n");
+    const auto stream = WaitForStream();
+    const std::string event = "data: " + std::string(std::size_t{32} << 20, 'x') + "\n\n";
+    stream->Send(event);
+    client->ReadUntil("data: ");  // the rest finds no room on the way
+    stream->Send(event);
+    EXPECT_THAT(WaitForLines(3), ElementsAre("request GET /events",
+                                             "refused 127.0.0.1 an event stream that is not read", "end"));
+}
+
 TEST_F(HttpsServerTest, LetsTheLastEventsOutWhenItStops) {
     onRequest = [this](const auto& exchange) { BeginStream(exchange); };
     Listen();
