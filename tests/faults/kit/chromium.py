@@ -10,24 +10,21 @@ class Chromium:
     def __init__(self, context, namespace, address: str = link.PHONE) -> None:
         script = context.root / "tests/faults/browser/receiver.js"
         self.program = context.start("chromium", ["node", script, f"ws://{address}:9001/"], namespace)
-        self.answers = 1
         self._wait_for_answer(30)
 
     def counts(self) -> dict:
         """What its own statistics say, among it framesDecoded, at the moment atUs."""
         self.program.tell("counts")
-        self.answers += 1
         return self._wait_for_answer(10)
 
     def wait_for_pictures(self, within: float) -> bool:
         return bool(wait_until(lambda: self.counts()["framesDecoded"] > 0, within, every=0.2))
 
     def _wait_for_answer(self, within: float) -> dict:
-        wait_until(lambda: self.program.said().count("\n") >= self.answers or not self.program.running(), within)
-        lines = self.program.said().split("\n")
-        if len(lines) <= self.answers:
+        answer = self.program.next_line(within)
+        if answer is None:
             raise RuntimeError(f"Chromium does not answer: {self.program.complained().strip()[-500:]}")
-        return json.loads(lines[self.answers - 1])
+        return json.loads(answer)
 
 
 def per_second(before: dict, after: dict) -> float:

@@ -5,8 +5,8 @@ import pathlib
 import sys
 import time
 
-from kit import namespaces
-from kit.program import Program, wait_until
+from kit import ear, namespaces
+from kit.program import Program
 
 
 class Context:
@@ -45,7 +45,7 @@ class Context:
     def spend(self, seconds: float) -> None:
         """Lets the programs run for so long, because that is what is measured; the wait ends early when one dies."""
         watched = [program for program in self.programs if program.running()]
-        wait_until(lambda: any(not program.running() for program in watched), seconds, every=0.05)
+        ear.wait_until(lambda: any(not program.running() for program in watched), seconds)
 
     def end(self) -> None:
         for program in reversed(self.programs):

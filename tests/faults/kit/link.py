@@ -2,8 +2,6 @@
 
 import re
 
-from kit.program import wait_until
-
 HOST = "10.77.0.1"
 PHONE = "10.77.0.2"
 
@@ -18,8 +16,7 @@ class Link:
         self.phone = context.namespace("phone")
         self.program = context.start("link", [context.build / "tests/faults_link", self.host.path, HOST,
                                               self.phone.path, PHONE, seed])
-        self.answers = 1
-        if not self._answered() or not self.program.running():
+        if self.program.next_line(within=10) is None:
             raise RuntimeError(f"no link: {self.program.complained().strip()}")
 
     def set(self, *commands: str) -> None:
@@ -40,13 +37,9 @@ class Link:
                 end = word + "."
         return counts
 
-    def _answered(self) -> bool:
-        return wait_until(lambda: self.program.said().count("\n") >= self.answers or not self.program.running(), 10,
-                          every=0.002)
-
     def _ask(self, command: str) -> str:
         self.program.tell(command)
-        self.answers += 1
-        if not self._answered() or not self.program.running():
+        answer = self.program.next_line(within=10)
+        if answer is None:
             raise RuntimeError("the link does not answer")
-        return self.program.said().split("\n")[self.answers - 1]
+        return answer

@@ -1,6 +1,6 @@
 """Network namespaces without names: each lives as long as the process that holds it."""
 
-from kit.program import Program, wait_until
+from kit.program import Program
 
 
 class Namespace:
@@ -20,6 +20,6 @@ HOLD = ["unshare", "--net", "--", "sh", "-c", "ip link set lo up && echo ready &
 def hold(start, name: str) -> Namespace:
     """`start` starts a program by name and command."""
     holder = start(f"namespace_{name}", HOLD)
-    if not wait_until(lambda: holder.said().startswith("ready") or not holder.running(), 10) or not holder.running():
+    if holder.next_line(within=10) != "ready":
         raise RuntimeError(f"no network namespace can be made: {holder.complained().strip()}")
     return Namespace(holder)

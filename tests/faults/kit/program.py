@@ -6,7 +6,7 @@ import signal
 import subprocess
 import time
 
-from kit import confinement
+from kit import confinement, ear
 
 
 class Program:
@@ -18,6 +18,10 @@ class Program:
             self.process = subprocess.Popen(
                 command, stdin=subprocess.PIPE, stdout=out, stderr=err, env=environment,
                 start_new_session=True, preexec_fn=confinement.end_with_parent)
+        self.bytes_read = 0
+        ear.listen_to(self.output)
+        ear.listen_to(self.errors)
+        ear.watch_end_of(self.process)
 
     @property
     def pid(self) -> int:
@@ -37,6 +41,20 @@ class Program:
         self.process.stdin.write((line + "\n").encode())
         self.process.stdin.flush()
 
+    def next_line(self, within: float) -> str | None:
+        """The next one on its standard output; None when there is none in time, or when it has ended."""
+        ear.wait_until(lambda: self._line().endswith(b"\n") or not self.running(), within)
+        line = self._line()
+        if not line.endswith(b"\n"):
+            return None
+        self.bytes_read += len(line)
+        return line.decode(errors="replace").removesuffix("\n")
+
+    def _line(self) -> bytes:
+        with open(self.output, "rb") as file:
+            file.seek(self.bytes_read)
+            return file.readline()
+
     def kill(self) -> None:
         """At once, together with everything it started; the kernel closes its sockets with a FIN or RST."""
         self._signal(signal.SIGKILL)
@@ -55,10 +73,8 @@ class Program:
             self._signal(signal.SIGKILL)
 
     def wait(self, within: float) -> int | None:
-        try:
-            return self.process.wait(within)
-        except subprocess.TimeoutExpired:
-            return None
+        ear.wait_until(lambda: not self.running(), within)
+        return self.process.poll()
 
     def _signal(self, number: int, whole_group: bool = True) -> None:
         try:
@@ -89,7 +105,8 @@ class Program:
 
 
 def wait_until(condition, within: float, every: float = 0.02):
-    """What `condition` returned once it was true; its last answer when the time is up."""
+    """What `condition` returned once it was true; its last answer when the time is up. For what nobody tells of, such
+    as the kernel's counts: what a program says, and its end, are waited for with the ear."""
     deadline = time.monotonic() + within
     while True:
         answer = condition()

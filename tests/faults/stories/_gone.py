@@ -1,6 +1,6 @@
 """What a host shows while nothing comes, and when pictures are back."""
 
-from kit import phone
+from kit import ear, phone
 from kit.halyard import Halyard
 from kit.link import PHONE, Link
 from kit.program import wait_until
@@ -30,7 +30,7 @@ class Scene:
 
     def wait_for_opening(self, before: int, within: float) -> int | None:
         """The moment when the signalling was opened once more; None when it was not."""
-        seen = wait_until(lambda: self.opened() > before or not self.halyard.program.running(), within, every=0.005)
+        seen = ear.wait_until(lambda: self.opened() > before or not self.halyard.program.running(), within)
         return self.context.now_us() if seen and self.halyard.program.running() else None
 
 

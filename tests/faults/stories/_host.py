@@ -2,6 +2,7 @@
 
 import json
 
+from kit import ear
 from kit.program import wait_until
 
 TARGETS = ("faults_host", "kestrel", "petrel")
@@ -10,26 +11,17 @@ TARGETS = ("faults_host", "kestrel", "petrel")
 class Host:
     def __init__(self, context, namespace, environment=None) -> None:
         self.program = context.start("host", [context.bin / "faults_host"], namespace, environment)
-        self.output = open(self.program.output, encoding="utf-8")
-        self.partial = ""
         self.obey("show nobody")
 
     def obey(self, line: str) -> dict:
         self.program.tell(line)
-        answer = wait_until(self._line, within=20, every=0.001)
-        if not answer:
-            raise RuntimeError(f"the host does not answer to '{line}' any more: {self.program.complained()[-500:]}")
-        return json.loads(answer)
-
-    def _line(self) -> str:
-        self.partial += self.output.readline()
-        if self.partial.endswith("\n"):
-            line, self.partial = self.partial, ""
-            return line
+        answer = self.program.next_line(within=20)
+        if answer is not None:
+            return json.loads(answer)
+        what = f"does not answer to '{line}' any more"
         if not self.program.running():
-            raise RuntimeError(f"the host has ended with {self.program.process.returncode}: "
-                               f"{self.program.complained()[-500:]}")
-        return ""
+            what = f"has ended with {self.program.process.returncode}"
+        raise RuntimeError(f"the host {what}: {self.program.complained()[-500:]}")
 
     def pictures(self, address: str) -> int:
         return self.obey(f"show {address}").get("stampedPictures", 0)
@@ -47,7 +39,7 @@ def phone(context, name: str, namespace, address: str, *arguments: str):
     """A simulated phone that listens."""
     program = context.start(name, [context.bin / "petrel", "simulate", "--listen", address, "--no-announce",
                                    *arguments], namespace)
-    if not wait_until(lambda: "listening" in program.said() + program.complained() or not program.running(), 30) \
+    if not ear.wait_until(lambda: "listening" in program.said() + program.complained() or not program.running(), 30) \
             or not program.running():
         raise RuntimeError(f"the phone does not listen: {program.complained()[-500:]}")
     return program

@@ -6,6 +6,7 @@ import random
 import subprocess
 import time
 
+from kit import ear
 from kit.program import wait_until
 from kit.result import Result
 from stories._host import phone
@@ -70,7 +71,7 @@ class _Stores:
             changed += after != before
             before = after
         last = self._host("last")
-        listed = wait_until(lambda: last.said().count("Source ") or last.complained().count("ource"), within=20)
+        listed = ear.wait_until(lambda: last.said().count("Source ") or last.complained().count("ource"), within=20)
         last.end(within=20)
         self.result.equals("stateLoads", loaded, kills)
         self.result.at_least("killsAfterAChange", changed, kills / 4)
@@ -107,7 +108,7 @@ class _Recordings:
             file = takes / f"{PHONE}.mkv"
             wait_until(lambda: file.exists() or not host.running(), within=20, every=0.005)
             begin = time.monotonic()
-            wait_until(lambda: not host.running(), within=self.dice.uniform(0.05, 5.0), every=0.01)
+            ear.wait_until(lambda: not host.running(), within=self.dice.uniform(0.05, 5.0))
             recorded = time.monotonic() - begin
             if not host.running():
                 self.result.fails(f"the host ended by itself: {host.complained()[-300:]}")

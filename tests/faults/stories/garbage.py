@@ -62,7 +62,7 @@ def run(context) -> Result:
     for half in (1, 2):
         _visit(host, ports, half * each)
         scans += _scans(inside, each, dice)
-        _rest(rest)
+        context.spend(rest)
         marks.append(_mark(host, good))
         context.note(f"after half {half}: host {marks[-1][0]}, phone {marks[-1][1]}")
 
@@ -86,10 +86,6 @@ def run(context) -> Result:
 def _mark(host, good) -> tuple[Resources, Resources]:
     host.obey("trim")
     return Resources(host.program), Resources(good)
-
-
-def _rest(seconds: float) -> None:
-    wait_until(lambda: False, seconds)
 
 
 def _visit(host, ports, count: int) -> None:

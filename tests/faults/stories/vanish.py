@@ -1,5 +1,4 @@
-from kit import phone
-from kit.program import wait_until
+from kit import ear, phone
 from kit.result import Result
 from stories import _gone
 
@@ -17,7 +16,7 @@ def run(context):
     gone_us = context.now_us()
     scene.link.set("down")
     scene.phone.kill()
-    lost = wait_until(lambda: "ClosedHandler" in scene.halyard.program.complained()[trace:], NOTICED_WITHIN_S + 5)
+    lost = ear.wait_until(lambda: "ClosedHandler" in scene.halyard.program.complained()[trace:], NOTICED_WITHIN_S + 5)
     noticed_us = context.now_us()
     result.at_most("noticedAfterS", (noticed_us - gone_us) / 1e6 if lost else None, NOTICED_WITHIN_S)
     _gone.check_nothing_shown_but_the_last(result, scene, gone_us, noticed_us)
