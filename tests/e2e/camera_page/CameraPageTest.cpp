@@ -51,6 +51,12 @@ void CameraPageTest::SetUp() {
     ASSERT_EQ(gate->Url(), "https://10.78.0.1:9443/") << gate->Log();
 }
 
+// Connections that will never end keep the phones' network alive, and with it the cable.
+void CameraPageTest::TearDown() {
+    phone.reset();
+    Ip("link del cable");
+}
+
 std::unique_ptr<CameraPhone> CameraPageTest::StartPhone(CameraPhoneOptions options) {
     std::unique_ptr<CameraPhone> started;
     phonesNetwork->Run([&] { started = std::make_unique<CameraPhone>(options); });
@@ -69,6 +75,15 @@ void CameraPageTest::StartStampedPhone(const std::string& size) {
 
 void CameraPageTest::SetCable(bool isPlugged) {
     ASSERT_EQ(Ip(std::string("link set cable ") + (isPlugged ? "up" : "down")), "");
+}
+
+void CameraPageTest::MovePhonesTo(const std::string& address) {
+    std::string problems;
+    phonesNetwork->Run([&] {
+        problems = Ip("addr flush dev phones");
+        problems += Ip("addr add " + address + "/24 dev phones");
+    });
+    ASSERT_EQ(problems, "");
 }
 
 bool CameraPageTest::Shows(const std::string& state, int tab, std::chrono::seconds limit) {

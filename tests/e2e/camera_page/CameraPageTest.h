@@ -26,6 +26,7 @@ extern std::string ownNetworkProblem;
 class CameraPageTest : public testing::Test {
 protected:
     void SetUp() override;
+    void TearDown() override;
 
     // A browser in the phones' network.
     std::unique_ptr<CameraPhone> StartPhone(CameraPhoneOptions options);
@@ -34,6 +35,8 @@ protected:
     void StartStampedPhone(const std::string& size);
 
     void SetCable(bool isPlugged);
+    // The phones' interface gets another address, as in another Wi-Fi.
+    void MovePhonesTo(const std::string& address);
 
     // Waits, while the host runs, until the phone shows a state, or one sentence of what is wrong.
     bool Shows(const std::string& state, int tab = 1, std::chrono::seconds limit = 20s);

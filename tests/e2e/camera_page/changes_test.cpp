@@ -3,8 +3,7 @@
 
 #include <iostream>
 
-#include "tests/e2e/camera_page/CameraPageTest.h"
-#include "tests/e2e/camera_page/StampedPictures.h"
+#include "tests/e2e/camera_page/StampedPageTest.h"
 
 namespace camera_page {
 namespace {
@@ -12,27 +11,11 @@ namespace {
 // A gap that everybody sees but that loses nothing of what is said.
 constexpr std::int64_t kShortGapUs = 1'000'000;
 
-class CameraPageChange : public CameraPageTest {
+class CameraPageChange : public StampedPageTest {
 protected:
-    void StartAndWatch(const std::string& size = "640x360") {
-        ASSERT_NO_FATAL_FAILURE(StartStampedPhone(size));
-        source = host.Host().Sources().Add(kFirstPhone);
-        ASSERT_TRUE(source);
-        host.Host().Puller().Add(source, pictures);
-        ASSERT_TRUE(PicturesMove()) << phone->Transcript() << gate->Log();
-    }
-
-    bool PicturesMove(std::chrono::seconds limit = kMediaLimit) {
-        const std::int64_t before = pictures->Now().distinct;
-        return host.RunUntil([&] { return pictures->Now().distinct > before + 15; }, limit);
-    }
-
     bool Until(const std::function<bool(const StampedPictures::Counts&)>& holds, std::chrono::seconds limit) {
         return host.RunUntil([&] { return holds(pictures->Now()); }, limit);
     }
-
-    std::shared_ptr<StampedPictures> pictures = std::make_shared<StampedPictures>();
-    std::shared_ptr<host_runtime::Source> source;
 };
 
 TEST_F(CameraPageChange, ATurnedPhoneTurnsThePictureWithoutANewOffer) {
@@ -46,6 +29,7 @@ TEST_F(CameraPageChange, ATurnedPhoneTurnsThePictureWithoutANewOffer) {
     EXPECT_LE(pictures->Now().longestGapUs, kShortGapUs);
     EXPECT_EQ(pictures->Now().outOfOrder, 0);
     EXPECT_EQ(phone->State(), "live");
+    EXPECT_EQ(phone->Offers(), 1U) << Logs();
     EXPECT_EQ(Troubles(*phone), "");
 }
 
@@ -58,6 +42,8 @@ TEST_F(CameraPageChange, TheOtherCameraTakesOverWithoutANewOffer) {
     EXPECT_TRUE(PicturesMove());
     std::cout << "longest gap " << pictures->Now().longestGapUs / 1000 << " ms\n";
     EXPECT_LE(pictures->Now().longestGapUs, kShortGapUs);
+    EXPECT_EQ(phone->Offers(), 1U) << Logs();
+    EXPECT_EQ(phone->HeldDevices(), "2") << "the first camera was let go\n" << Logs();
     EXPECT_EQ(Troubles(*phone), "");
 }
 
@@ -68,6 +54,8 @@ TEST_F(CameraPageChange, ACameraThatThePhoneTakesAwayIsOpenedAgain) {
     ASSERT_TRUE(host.RunUntil([this] { return phone->Count("done") == 1; }, 10s)) << phone->Transcript();
     EXPECT_TRUE(PicturesMove()) << phone->Transcript();
     std::cout << "longest gap " << pictures->Now().longestGapUs / 1000 << " ms\n";
+    EXPECT_LE(pictures->Now().longestGapUs, kShortGapUs);
+    EXPECT_EQ(phone->Offers(), 1U) << Logs();
     EXPECT_EQ(Troubles(*phone), "");
 }
 
