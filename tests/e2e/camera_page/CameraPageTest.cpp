@@ -68,8 +68,8 @@ void CameraPageTest::StartPairedPhone() {
     ASSERT_TRUE(phone->WaitForState("waiting", kLaunchLimit)) << phone->Transcript() << gate->Log();
 }
 
-void CameraPageTest::StartStampedPhone(const std::string& size) {
-    phone = StartPhone({gate->PairUrl(), "", "", size, "", ""});
+void CameraPageTest::StartStampedPhone(const std::string& size, bool canBeLocked) {
+    phone = StartPhone({gate->PairUrl(), "", "", size, "", "", canBeLocked});
     ASSERT_TRUE(phone->WaitForState("waiting", kLaunchLimit)) << phone->Transcript() << gate->Log();
 }
 

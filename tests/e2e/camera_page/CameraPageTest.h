@@ -32,7 +32,7 @@ protected:
     std::unique_ptr<CameraPhone> StartPhone(CameraPhoneOptions options);
     // One with the camera and microphone files, paired by the address that the server shows, and waiting.
     void StartPairedPhone();
-    void StartStampedPhone(const std::string& size);
+    void StartStampedPhone(const std::string& size, bool canBeLocked = false);
 
     void SetCable(bool isPlugged);
     // The phones' interface gets another address, as in another Wi-Fi.

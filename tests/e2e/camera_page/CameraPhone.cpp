@@ -15,6 +15,7 @@ std::vector<std::string> Words(const CameraPhoneOptions& options) {
     add("--stamped", options.stampedSize);
     add("--locale", options.locale);
     add("--modules", options.modules);
+    add("--pocket", options.canBeLocked ? "yes" : "");
     return words;
 }
 

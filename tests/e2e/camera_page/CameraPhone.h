@@ -14,6 +14,7 @@ struct CameraPhoneOptions {
     std::string stampedSize;  // "640x360": a camera whose pictures tell when they were painted
     std::string locale;
     std::string modules;  // "failing" or "unknown": a browser that the page's modules do not run in
+    bool canBeLocked = false;
 };
 
 class CameraPhone : public browser::NodeProgram {
@@ -40,6 +41,9 @@ public:
     void See(const std::string& selector) { Write("see " + selector); }
     void Turn() { Write("turn"); }
     void EndCamera() { Write("end-camera"); }
+    // The screen goes dark: the phone takes the camera away, and the page stands still.
+    void Lock() { Write("lock"); }
+    void Unlock() { Write("unlock"); }
     // What follows is done in the new tab, or in the selected one.
     void OpenTab(const std::string& url) { Write("tab " + url); }
     void SelectTab(int tab) { Write("select " + std::to_string(tab)); }

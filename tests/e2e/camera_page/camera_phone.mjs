@@ -4,12 +4,12 @@
 // the person does. It ends when that input ends.
 //
 //   camera_phone.mjs --url URL (--video FILE.y4m --audio FILE.wav | --stamped WxH) [--locale NAME]
-//                    [--modules failing|unknown]
+//                    [--modules failing|unknown] [--pocket yes]
 //
-//   reload | click SELECTOR | see SELECTOR | choose SELECTOR VALUE | open URL | turn | end-camera
+//   reload | click SELECTOR | see SELECTOR | choose SELECTOR VALUE | open URL | turn | end-camera | lock | unlock
 //   tab URL | select NUMBER | survey LANGUAGE | picture FILE | mend-modules
 //
-// What happens in the second tab has ".2" behind the names of its events.
+// A phone that may be put into a pocket can be locked. What happens in the second tab has ".2" behind the names of its events.
 import { readFileSync } from 'node:fs';
 import { createRequire } from 'node:module';
 import readline from 'node:readline';
@@ -17,6 +17,7 @@ import { parseArgs } from 'node:util';
 
 import { survey } from './page_survey.mjs';
 import { PageTab } from './page_tab.mjs';
+import { launchPocketChromium } from './pocket_chromium.mjs';
 
 const require = createRequire(new URL('../browser/', import.meta.url));
 const { launchChromium } = require('./chromium.js');
@@ -37,6 +38,7 @@ function readOptions() {
             audio: { type: 'string' },
             stamped: { type: 'string' },
             modules: { type: 'string', default: '' },
+            pocket: { type: 'string', default: '' },
             locale: { type: 'string', default: 'en-US' },
         },
     });
@@ -66,7 +68,8 @@ class CameraPhone {
     }
 
     async run() {
-        await this.launch();
+        if (this.options.pocket) await this.launchForPockets();
+        else await this.launch();
         this.browser.on('disconnected', () => this.end(1));
         await this.spoilModules();
         await this.openTab(this.options.url);
@@ -83,6 +86,10 @@ class CameraPhone {
             locale: this.options.locale,
             permissions: ['camera', 'microphone'],
         });
+    }
+
+    async launchForPockets() {
+        Object.assign(this, await launchPocketChromium());
     }
 
     async openTab(url) {
@@ -133,6 +140,12 @@ class CameraPhone {
                 break;
             case 'end-camera':
                 await tab.page.evaluate(() => endStampedCamera());
+                break;
+            case 'lock':
+                await tab.lock();
+                break;
+            case 'unlock':
+                await tab.unlock();
                 break;
             case 'tab':
                 await this.openTab(words[0]);

@@ -9,8 +9,13 @@ namespace {
 
 class CameraPageLatency : public CameraPageTest, public testing::WithParamInterface<const char*> {};
 
-// From the painting of the canvas to the pull, through the browser's encoder. Beyond 100 ms, lips and sound
-// that somebody hears in the room drift apart.
+constexpr std::size_t kMeasured = 300;
+// Measured quietly: 4.7 to 9.2 ms, and 7.3 to 12.5 ms for the 99th of a hundred. Beyond 100 ms, lips and
+// sound that somebody hears in the room drift apart.
+constexpr double kUsualLimitMs = 100;
+constexpr double kWorstLimitMs = 200;
+
+// From the painting of the canvas to the pull, through the browser's encoder.
 TEST_P(CameraPageLatency, FromPaintingToThePull) {
     ASSERT_NO_FATAL_FAILURE(StartStampedPhone(GetParam()));
     const auto pictures = std::make_shared<StampedPictures>();
@@ -19,14 +24,16 @@ TEST_P(CameraPageLatency, FromPaintingToThePull) {
     ASSERT_TRUE(host.RunUntil([&] { return pictures->Now().distinct > 90; }, kMediaLimit))
         << phone->Transcript() << gate->Log();
     pictures->BeginAnew();
-    ASSERT_TRUE(host.RunUntil([&] { return pictures->Now().distinct >= 300; }, 60s));
+    ASSERT_TRUE(host.RunUntil([&] { return pictures->Now().latenciesMs.size() >= kMeasured; }, 60s));
     const auto now = pictures->Now();
     const double p50 = Percentile(now.latenciesMs, 0.5);
     const double p99 = Percentile(now.latenciesMs, 0.99);
     std::cout << GetParam() << ": p50 " << p50 << " ms, p99 " << p99 << " ms, " << now.width << "x"
               << now.height << ", longest gap " << now.longestGapUs / 1000 << " ms\n";
-    EXPECT_GT(p50, 0) << "the clocks of the page and the host disagree";
-    EXPECT_LE(p50, 100);
+    ASSERT_GE(now.latenciesMs.size(), kMeasured);
+    EXPECT_GT(Percentile(now.latenciesMs, 0), 0) << "the clocks of the page and the host disagree";
+    EXPECT_LE(p50, kUsualLimitMs);
+    EXPECT_LE(p99, kWorstLimitMs);
 }
 
 INSTANTIATE_TEST_SUITE_P(OfSize, CameraPageLatency, testing::Values("640x360", "1280x720"),

@@ -6,31 +6,48 @@
 namespace camera_page {
 namespace {
 
-// From another address to a picture; measured: 3.9 s.
+// From a network that is back to a picture that is.
+constexpr auto kBackLimit = 15s;
+// From another address to a picture.
 constexpr auto kMovedLimit = 10s;
 // What comes so soon after it may have been sent before.
 constexpr std::int64_t kUnderWayUs = 1'000'000;
+constexpr int kMeasuredSeconds = 9;
+// Measured on two cores: 29.6 or more of 30, and 23.9 or more with a compiler beside it.
+constexpr double kEnoughPicturesPerSecond = 20;
+
+// In every second of a while, how many different pictures of each phone the host pulled.
+std::vector<std::vector<double>> PicturesInEachSecond(
+    e2e::HostHarness& host, const std::vector<std::shared_ptr<StampedPictures>>& pictures, int seconds) {
+    std::vector<std::vector<double>> counts(pictures.size());
+    for (const auto& one : pictures)
+        one->BeginAnew();
+    std::int64_t begin = SteadyNowUs();
+    for (int second = 0; second < seconds; ++second) {
+        host.RunFor(1s);
+        const std::int64_t now = SteadyNowUs();
+        const double passed = static_cast<double>(now - begin) / 1e6;
+        begin = now;
+        for (std::size_t index = 0; index < pictures.size(); ++index) {
+            counts[index].push_back(static_cast<double>(pictures[index]->Now().distinct) / passed);
+            pictures[index]->BeginAnew();
+        }
+    }
+    return counts;
+}
 
 using CameraPageNetwork = StampedPageTest;
 
 TEST_F(CameraPageNetwork, AMinuteWithoutANetworkIsMendedWithoutATouch) {
-    ASSERT_NO_FATAL_FAILURE(StartStampedPhone("640x360"));
-    source = host.Host().Sources().Add(kFirstPhone);
-    host.Host().Puller().Add(source, pictures);
-    ASSERT_TRUE(host.RunUntil([&] { return pictures->Now().distinct > 30; }, kMediaLimit))
-        << phone->Transcript() << gate->Log();
+    ASSERT_NO_FATAL_FAILURE(StartAndWatch());
     SetCable(false);
     host.RunFor(60s);
     EXPECT_NE(phone->State(), "live") << phone->Transcript();
     EXPECT_NE(phone->State(), "air");
-    const std::int64_t plugged = SteadyNowUs();
     SetCable(true);
-    const std::int64_t before = pictures->Now().distinct;
-    ASSERT_TRUE(host.RunUntil([&] { return pictures->Now().distinct > before; }, kMediaLimit))
-        << phone->Transcript() << gate->Log();
-    const double tookMs = static_cast<double>(pictures->Now().lastAtUs - plugged) / 1000;
-    std::cout << "a picture " << tookMs << " ms after the network\n";
-    EXPECT_LE(tookMs, 15'000);
+    const auto took = TimeToPicture(kBackLimit);
+    ASSERT_TRUE(took) << Logs();
+    std::cout << "a picture " << took->count() << " ms after the network\n";
     EXPECT_TRUE(host.RunUntil([this] { return phone->State() == "live"; }, 10s)) << phone->Transcript();
     EXPECT_EQ(Troubles(*phone), "");
 }
@@ -73,14 +90,12 @@ TEST_F(CameraPageNetwork, EightPhonesAtOnce) {
         ASSERT_TRUE(host.RunUntil([&] { return each.back()->Now().distinct > 0; }, kMediaLimit))
             << phones.back()->Transcript() << gate->Log();
     }
-    for (const auto& one : each)
-        one->BeginAnew();
-    host.RunFor(5s);
+    const auto counts = PicturesInEachSecond(host, each, kMeasuredSeconds);
     for (std::size_t index = 0; index < kPhones; ++index) {
-        const auto now = each[index]->Now();
-        std::cout << "phone " << index + 1 << ": " << static_cast<double>(now.distinct) / 5
-                  << " pictures per second\n";
-        EXPECT_GT(now.distinct, 5) << "phone " << index + 1;
+        const double median = Percentile(counts[index], 0.5);
+        std::cout << "phone " << index + 1 << ": " << median << " pictures per second, at least "
+                  << Percentile(counts[index], 0) << "\n";
+        EXPECT_GE(median, kEnoughPicturesPerSecond) << "phone " << index + 1;
     }
     host.Host().Sources().SetTally(sources[2]->Identifier(), host_runtime::TallyState::Program);
     EXPECT_TRUE(host.RunUntil([&] { return phones[2]->State() == "air"; }, 10s));

@@ -10,7 +10,7 @@ const kOfNoLanguage = [
     /^[A-Z0-9X]{4}-[A-Z0-9X]{4}$/,
     /^https:\/\/[\d.:]+\/$/,
     /^(Linux|Halyard)( \d)?$/,
-    /^fake_device_\d+$/,
+    /^(fake_device_|Fake Audio Input )\d+$/,
     ...Object.values(kLanguages).map((texts) => pattern(texts.language)),
 ];
 

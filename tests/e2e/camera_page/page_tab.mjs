@@ -73,4 +73,22 @@ export class PageTab {
         await this.page.evaluate((offset) => setStampOffset(offset), offsetMs);
         this.say({ event: 'clock', offsetMs });
     }
+
+    // The screen goes dark: the page is hidden, the phone takes the camera away, and the page stands still.
+    async lock() {
+        const context = this.page.context();
+        this.cover = await context.newPage();
+        await this.cover.bringToFront();
+        await this.page.waitForFunction(() => document.visibilityState === 'hidden', null, { polling: 50 });
+        if (this.isStamped) await this.page.evaluate(() => endStampedCamera());
+        this.session = await context.newCDPSession(this.page);
+        await this.session.send('Page.setWebLifecycleState', { state: 'frozen' });
+    }
+
+    async unlock() {
+        await this.session.send('Page.setWebLifecycleState', { state: 'active' });
+        await this.session.detach();
+        await this.page.bringToFront();
+        await this.cover.close();
+    }
 }

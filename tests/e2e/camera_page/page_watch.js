@@ -60,6 +60,25 @@ function watchDevices() {
     };
 }
 
+function watchWakeLock() {
+    if (!navigator.wakeLock) return;
+    const { prototype } = WakeLock;
+    const request = prototype.request;
+    prototype.request = async function requestAndTell(...parameters) {
+        try {
+            const lock = await request.apply(this, parameters);
+            report({ event: 'wake-lock', state: 'held' });
+            lock.addEventListener('release', () => report({ event: 'wake-lock', state: 'released' }));
+            return lock;
+        } catch (error) {
+            report({ event: 'wake-lock', state: 'refused' });
+            throw error;
+        }
+    };
+}
+
 addEventListener('DOMContentLoaded', watchDisplay);
+document.addEventListener('visibilitychange', () => report({ event: 'visibility', state: document.visibilityState }));
 watchOffers();
 if (navigator.mediaDevices) watchDevices();
+watchWakeLock();

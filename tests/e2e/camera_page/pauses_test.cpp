@@ -1,11 +1,13 @@
-// What a person takes back for a while: the picture, the sound.
+// What a person takes back for a while: the picture, the sound, the screen.
 #include <iostream>
 
-#include "tests/e2e/camera_page/CameraPageTest.h"
 #include "tests/e2e/camera_page/MediaLevels.h"
+#include "tests/e2e/camera_page/StampedPageTest.h"
 
 namespace camera_page {
 namespace {
+
+using host_runtime::TallyState;
 
 class CameraPageMute : public CameraPageTest {
 protected:
@@ -77,6 +79,50 @@ TEST_F(CameraPageMute, WhoIsMutedForLongIsNotTakenForBroken) {
     phone->Click("#mute-microphone");
     EXPECT_TRUE(BothAreThere()) << levels->Now().luma << ", " << levels->Now().peak << Logs();
     EXPECT_EQ(phone->Offers(), 1U) << Logs();
+    EXPECT_EQ(Troubles(*phone), "");
+}
+
+class CameraPageLock : public StampedPageTest {
+protected:
+    // Phones that are taken out of a pocket must be there before somebody cuts to them.
+    static constexpr auto kUnlockedLimit = 10s;
+
+    void Lock() {
+        const std::size_t done = phone->Count("done");
+        phone->Lock();
+        ASSERT_TRUE(Done(done + 1)) << Logs();
+        ASSERT_EQ(phone->Latest("visibility").state, "hidden") << Logs();
+        ASSERT_TRUE(PicturesEnd(5s, 20s)) << "the page does not stand still\n" << Logs();
+    }
+
+    void Unlock() {
+        phone->Unlock();
+        const auto took = TimeToPicture(kUnlockedLimit);
+        ASSERT_TRUE(took) << Logs();
+        std::cout << "a picture " << took->count() << " ms after the phone was unlocked\n";
+        EXPECT_TRUE(PicturesMove()) << Logs();
+    }
+};
+
+TEST_F(CameraPageLock, AnUnlockedPhoneIsBackWithoutATouch) {
+    ASSERT_NO_FATAL_FAILURE(StartAndWatch(true));
+    SetTally(TallyState::Program);
+    ASSERT_TRUE(Shows("air")) << Logs();
+    ASSERT_EQ(phone->Latest("wake-lock").state, "held") << Logs();
+
+    ASSERT_NO_FATAL_FAILURE(Lock());
+    EXPECT_EQ(phone->Latest("wake-lock").state, "released") << Logs();
+    SetTally(TallyState::Off);
+    ASSERT_NO_FATAL_FAILURE(Unlock());
+    EXPECT_TRUE(Shows("live")) << "the tally changed while it was locked\n" << Logs();
+    EXPECT_TRUE(ShowsSentence("")) << Logs();
+    EXPECT_TRUE(host.RunUntil([this] { return phone->Latest("wake-lock").state == "held"; }, 5s)) << Logs();
+
+    ASSERT_NO_FATAL_FAILURE(Lock());
+    SetTally(TallyState::Program);
+    ASSERT_NO_FATAL_FAILURE(Unlock());
+    EXPECT_TRUE(Shows("air")) << Logs();
+    EXPECT_EQ(phone->HeldDevices(), "2") << "one camera, one microphone\n" << Logs();
     EXPECT_EQ(Troubles(*phone), "");
 }
 
