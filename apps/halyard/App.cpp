@@ -9,6 +9,7 @@
 #include <system_error>
 #include <utility>
 
+#include "apps/halyard/Places.h"
 #include "apps/halyard/Report.h"
 #include "host/core/zThread.h"
 #include "host_runtime/core/MainThreadQueue.h"
@@ -55,6 +56,7 @@ App::App(Options commandLine)
 App::~App() {
     lifetime.reset();
     console.reset();
+    phones.reset();
     host.reset();
     host_runtime::SetUserLogListener({});
     host_runtime::SetTraceSink({});
@@ -66,7 +68,7 @@ void App::RequestEnd() {
 }
 
 int App::Run() {
-    if (!OpenOutputs() || !StartSources()) return kExitBadUsage;
+    if (!OpenOutputs() || !StartSources() || !StartPhones()) return kExitBadUsage;
     startedAtUs = host_runtime::SteadyNowUs();
     if (options.durationSeconds) {
         const auto durationUs = static_cast<std::int64_t>(*options.durationSeconds * 1e6);
@@ -146,14 +148,30 @@ bool App::StartSources() {
     if (!AddSources()) return false;
     for (const auto& source : host->Sources().Sources())
         Watch(source);
-    if (options.discovered) {
+    if (options.discovered || options.phones.wanted) {
         host->Sources().SetChangeListener([this] { RunDiscoveredPhones(); });
-        host->Discover(host_runtime::MakeAvahiBrowser());
+        servedPhones = std::make_shared<ServedPhones>();
+        host->Discover(
+            servedPhones->Browser(options.discovered ? host_runtime::MakeAvahiBrowser() : nullptr));
     } else if (watched.empty()) {
         Complain("There are no stored sources; give --source ADDRESS, or --panel to type one.");
         return false;
     }
     return true;
+}
+
+// A server that cannot be run is no reason not to show what else there is.
+bool App::StartPhones() {
+    if (!options.phones.wanted) return true;
+    PhonesServer::Outputs outputs;
+    outputs.tell = [this](const std::string& text) {
+        if (!options.quiet) progress.Write(progressDescriptor, text);
+    };
+    outputs.complain = [this](const std::string& text) { progress.Write(STDERR_FILENO, text); };
+    outputs.isTerminal = progressStyle == Progress::Style::Redrawn;
+    phones = std::make_unique<PhonesServer>(servedPhones, std::move(outputs));
+    const bool started = phones->Start(DefaultPhonesProgram(), options.phones);
+    return started || options.discovered || !watched.empty();
 }
 
 bool App::AddSources() {
@@ -165,7 +183,8 @@ bool App::AddSources() {
         }
     }
     // The operator will type its address.
-    const bool needsOne = options.panel && !options.discovered && host->Sources().Sources().empty();
+    const bool phonesMayCome = options.discovered || options.phones.wanted;
+    const bool needsOne = options.panel && !phonesMayCome && host->Sources().Sources().empty();
     if (needsOne) host->Sources().AddWithoutAddress({});
     return true;
 }

@@ -8,6 +8,7 @@
 
 #include "apps/halyard/Options.h"
 #include "apps/halyard/PanelConsole.h"
+#include "apps/halyard/PhonesServer.h"
 #include "apps/halyard/Progress.h"
 #include "apps/halyard/SourceMonitor.h"
 #include "host/core/zObject.h"
@@ -39,6 +40,7 @@ private:
     bool OpenOutputs();
     bool StartSources();
     bool AddSources();
+    bool StartPhones();
     void RunDiscoveredPhones();
 
     void Watch(const std::shared_ptr<host_runtime::Source>& source);
@@ -62,6 +64,8 @@ private:
     std::vector<Watched> watched;
     std::shared_ptr<Timeline> timeline;  // with --timeline
     std::unique_ptr<host_runtime::Host> host;
+    std::shared_ptr<ServedPhones> servedPhones;
+    std::unique_ptr<PhonesServer> phones;   // with --with-phones
     std::unique_ptr<PanelConsole> console;  // with --panel, while it runs
 };
 

@@ -14,6 +14,7 @@ namespace {
 
 constexpr double kHighestFrameRate = 240.0;
 constexpr double kLongestSeconds = 1e9;
+constexpr std::int64_t kHighestPort = 65'535;
 
 std::optional<double> ParseNumber(std::string_view text) {
     double value = 0;
@@ -44,6 +45,7 @@ std::string CheckSources(const std::vector<std::string>& sources) {
 struct RawOptions {
     std::string frameRate = "30";
     std::string duration;
+    std::string phonesPort;
 };
 
 void Declare(CLI::App& app, Options& options, RawOptions& raw) {
@@ -55,6 +57,20 @@ void Declare(CLI::App& app, Options& options, RawOptions& raw) {
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     app.add_flag("--discovered", options.discovered,
                  "Run every phone that is found in the local network (instead of the stored sources)");
+    CLI::Option* const withPhones = app.add_flag(
+        "--with-phones", options.phones.wanted,
+        "Let the browsers of phones be cameras: runs petrel serve, and every phone whose page is open");
+    app.add_option("--phones-port", raw.phonesPort, "Port of the phones' page (default: 9443)")
+        ->type_name("N")
+        ->needs(withPhones);
+    app.add_option("--phones-name", options.phones.name,
+                   "What the phones call this host (default: the machine's name)")
+        ->type_name("TEXT")
+        ->needs(withPhones);
+    app.add_option("--phones-bind", options.phones.bind,
+                   "Addresses of this machine, one for each phone, for hosts on other machines too")
+        ->type_name("A,B,C")
+        ->needs(withPhones);
     app.add_option("--plugin", options.plugin, "The plug-in to load (default: found beside this program)")
         ->type_name("FILE");
     app.add_option("--state", options.stateDirectory,
@@ -92,7 +108,14 @@ std::string Complete(const CLI::App& app, Options& options, const RawOptions& ra
             *options.durationSeconds > kLongestSeconds)
             return "--duration takes a number of seconds above 0, not '" + raw.duration + "'";
     }
-    for (const char* name : {"--plugin", "--state", "--record", "--report", "--timeline", "--trace"}) {
+    if (app.count("--phones-port") != 0) {
+        const auto port = raw.phonesPort == "0" ? std::optional<std::int64_t>(0) : ParseWhole(raw.phonesPort);
+        if (!port || *port > kHighestPort)
+            return "--phones-port takes a port number, not '" + raw.phonesPort + "'";
+        options.phones.port = std::to_string(*port);
+    }
+    for (const char* name : {"--phones-name", "--phones-bind", "--plugin", "--state", "--record", "--report",
+                             "--timeline", "--trace"}) {
         if (app.count(name) != 0 && app.get_option(name)->as<std::string>().empty())
             return std::string(name) + " is empty";
     }

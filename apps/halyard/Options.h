@@ -15,9 +15,18 @@ inline constexpr int kExitDelivered = 0;
 inline constexpr int kExitMissing = 1;  // a source did not deliver
 inline constexpr int kExitBadUsage = 2;
 
+// Of the server that makes phones of browsers.
+struct PhonesOptions {
+    bool wanted = false;
+    std::string port;  // each is left to the server when it is empty
+    std::string name;
+    std::string bind;
+};
+
 struct Options {
     std::vector<std::string> sources;  // addresses; empty: every stored source, unless discovered
     bool discovered = false;           // run the phones that are found in the network
+    PhonesOptions phones;              // run a server for them, and those whose page is open
     std::filesystem::path plugin;
     std::filesystem::path stateDirectory;
     host_runtime::FrameRate frameRate;

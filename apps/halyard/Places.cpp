@@ -10,6 +10,7 @@ namespace halyard {
 namespace {
 
 constexpr const char* kPluginFile = "kestrel.so";
+constexpr const char* kPhonesProgram = "petrel";
 
 std::filesystem::path FromEnvironment(const char* name) {
     const char* value = std::getenv(name);
@@ -21,6 +22,12 @@ std::filesystem::path HomeDirectory() {
     if (const std::filesystem::path home = FromEnvironment("HOME"); !home.empty()) return home;
     const passwd* user = getpwuid(getuid());
     return user != nullptr && user->pw_dir != nullptr ? user->pw_dir : "";
+}
+
+// Whatever name it was started by.
+std::filesystem::path ProgramDirectory() {
+    std::error_code ignored;
+    return std::filesystem::read_symlink("/proc/self/exe", ignored).parent_path();
 }
 
 }  // namespace
@@ -37,9 +44,11 @@ std::filesystem::path DefaultPluginBeside(const std::filesystem::path& programDi
 }
 
 std::filesystem::path DefaultPlugin() {
-    std::error_code ignored;
-    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", ignored);
-    return DefaultPluginBeside(program.parent_path());
+    return DefaultPluginBeside(ProgramDirectory());
+}
+
+std::filesystem::path DefaultPhonesProgram() {
+    return ProgramDirectory() / kPhonesProgram;
 }
 
 std::filesystem::path DefaultStateDirectory() {

@@ -10,6 +10,9 @@ namespace halyard {
 std::filesystem::path DefaultPlugin();
 std::filesystem::path DefaultPluginBeside(const std::filesystem::path& programDirectory);
 
+// The program that serves phones, beside this one.
+std::filesystem::path DefaultPhonesProgram();
+
 // $XDG_STATE_HOME/halyard, else ~/.local/state/halyard; empty when there is no home either.
 std::filesystem::path DefaultStateDirectory();
 

@@ -11,6 +11,7 @@
 #include "apps/petrel/Simulator.h"
 #include "apps/petrel/serve/PhoneServer.h"
 #include "apps/petrel/serve/PhonesCommand.h"
+#include "apps/petrel/serve/ServeEvents.h"
 
 namespace {
 
@@ -70,7 +71,8 @@ int Serve(const petrel::ServeOptions& options) {
     std::string error;
     const auto server = petrel::PhoneServer::Start(options, error);
     if (server == nullptr) {
-        spdlog::error(error);
+        if (options.events) std::cout << petrel::FailedEvent(error) << std::flush;
+        if (!options.events) spdlog::error(error);
         return kCannotStart;
     }
     int received = 0;

@@ -10,6 +10,7 @@
 #include "apps/petrel/Phone.h"
 #include "apps/petrel/serve/RequestRules.h"
 #include "apps/petrel/serve/Secrets.h"
+#include "apps/petrel/serve/ServeEvents.h"
 
 namespace petrel {
 namespace {
@@ -60,7 +61,7 @@ std::unique_ptr<PhoneServer> PhoneServer::Start(const ServeOptions& options, std
         error = (*server.*step)();
         if (!error.empty()) return nullptr;
     }
-    if (!options.quiet) server->PrintStart();
+    server->PrintStart();
     server->loop.Start();
     return server;
 }
@@ -144,14 +145,14 @@ std::string PhoneServer::OpenHub() {
     surroundings.live.instance = RandomText(12);
     surroundings.calendarTime = [] { return static_cast<std::int64_t>(std::time(nullptr)); };
     surroundings.announce = [this](const AnnouncedPhone& phone) {
+        PrintEvent(OpenedEvent(phone));
         announcing.Post([this, phone] { announcer->Add(phone); });
     };
     surroundings.withdraw = [this](const std::string& address) {
+        PrintEvent(ClosedEvent(address));
         announcing.Post([this, address] { announcer->Remove(address); });
     };
-    surroundings.onNewCode = [this] {
-        if (!options.quiet) PrintCode();
-    };
+    surroundings.onNewCode = [this] { PrintCode(); };
     surroundings.onRefused = [this](const std::string& address, const std::string& reason) {
         refusals.Add(address, reason, Clock::now());
     };

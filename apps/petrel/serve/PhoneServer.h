@@ -49,6 +49,7 @@ private:
 
     void PrintStart() const;
     void PrintCode() const;
+    void PrintEvent(const std::string& line) const;  // unless events are not asked for
 
     const ServeOptions options;
     const StateFolder folder;

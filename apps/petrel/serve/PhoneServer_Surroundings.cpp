@@ -9,6 +9,7 @@
 
 #include "apps/petrel/serve/PhoneServer.h"
 #include "apps/petrel/serve/QrPicture.h"
+#include "apps/petrel/serve/ServeEvents.h"
 
 namespace petrel {
 namespace {
@@ -86,28 +87,38 @@ void PhoneServer::LookAround() {
     hub->SetReachability({KnownNames(), Urls()});
     if (hub->Reached().urls == before) return;
     spdlog::info("the machine's addresses have changed: phones come to {}", hub->Reached().urls.front());
-    if (!options.quiet) PrintCode();
+    PrintCode();
 }
 
 void PhoneServer::PrintStart() const {
+    const std::string own = IsEveryAddress(options.address) ? "127.0.0.1" : InUrl(options.address);
+    const ServerPlaces places{hub->Reached().urls, fmt::format("https://{}:{}/operator", own, https->Port()),
+                              certificates ? FingerprintOf(certificates->Authority()) : std::string()};
+    PrintEvent(ReadyEvent(places));
+    if (options.events) PrintCode();
+    if (options.quiet || options.events) return;
     std::cout << "Phones open this page:\n";
-    for (const std::string& url : hub->Reached().urls)
+    for (const std::string& url : places.urls)
         std::cout << "  " << url << "\n";
     PrintCode();
-    const std::string own = IsEveryAddress(options.address) ? "127.0.0.1" : InUrl(options.address);
-    std::cout << fmt::format("Operator's page: https://{}:{}/operator\n", own, https->Port())
+    std::cout << "Operator's page: " << places.operatorPage << "\n"
               << "  (on other screens with ?operatorToken= and what is in " << operatorTokenFile << ")\n"
               << std::flush;
-    if (certificates)
-        std::cout << "Fingerprint of this machine's authority (SHA-256): "
-                  << FingerprintOf(certificates->Authority()) << "\n"
+    if (!places.fingerprint.empty())
+        std::cout << "Fingerprint of this machine's authority (SHA-256): " << places.fingerprint << "\n"
                   << std::flush;
 }
 
 void PhoneServer::PrintCode() const {
+    PrintEvent(CodeEvent(hub->Code(), hub->PairingUrl()));
+    if (options.quiet || options.events) return;
     std::cout << "Code for the next phone: " << hub->Code() << "  " << hub->PairingUrl() << "\n";
     if (isatty(STDOUT_FILENO) != 0) std::cout << QrAsTerminalText(hub->PairingUrl());
     std::cout << std::flush;
+}
+
+void PhoneServer::PrintEvent(const std::string& line) const {
+    if (options.events) std::cout << line << std::flush;
 }
 
 }  // namespace petrel

@@ -45,6 +45,9 @@ ServeCommandLine::ServeCommandLine(CLI::App& program) {
     serve->add_option("--name", serveOptions.name,
                       "what the phones call this server (default: the machine's name)");
     serve->add_flag("--quiet", serveOptions.quiet, "say only what goes wrong");
+    serve->add_flag("--events", serveOptions.events,
+                    "write what happens as JSON, one object a line, instead of text; for a program that runs "
+                    "this one");
     serve->footer(
         "The operator's page is open to this machine; other screens add the token that is kept in the state "
         "folder, in operator.token: https://.../operator?operatorToken=...");

@@ -22,6 +22,7 @@ struct ServeOptions {
     std::string key;
     std::string name;  // of this server, for the phones; empty: the machine's
     bool quiet = false;
+    bool events = false;  // on standard output, instead of text
 };
 
 struct PhonesOptions {

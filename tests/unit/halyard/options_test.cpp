@@ -33,6 +33,7 @@ TEST(Options, HaveDefaults) {
     EXPECT_EQ(parsed.options->frameRate.numerator, 30 * parsed.options->frameRate.denominator);
     EXPECT_FALSE(parsed.options->durationSeconds);
     EXPECT_FALSE(parsed.options->discovered);
+    EXPECT_FALSE(parsed.options->phones.wanted);
     EXPECT_FALSE(parsed.options->probe);
     EXPECT_FALSE(parsed.options->quiet);
     EXPECT_FALSE(parsed.options->panel);
@@ -64,7 +65,14 @@ TEST(Options, AreAllUnderstood) {
                                  "--discovered",
                                  "--panel",
                                  "--timeline",
-                                 "l"});
+                                 "l",
+                                 "--with-phones",
+                                 "--phones-port",
+                                 "8443",
+                                 "--phones-name",
+                                 "Hall",
+                                 "--phones-bind",
+                                 "10.0.0.3,10.0.0.4"});
     ASSERT_TRUE(parsed.options) << parsed.err;
     const Options& options = *parsed.options;
     EXPECT_EQ(options.sources, (std::vector<std::string>{"10.0.0.1", "ws://10.0.0.2/"}));
@@ -81,6 +89,10 @@ TEST(Options, AreAllUnderstood) {
     EXPECT_TRUE(options.panel);
     EXPECT_EQ(options.traceFile, "t");
     EXPECT_EQ(options.timelineFile, "l");
+    EXPECT_TRUE(options.phones.wanted);
+    EXPECT_EQ(options.phones.port, "8443");
+    EXPECT_EQ(options.phones.name, "Hall");
+    EXPECT_EQ(options.phones.bind, "10.0.0.3,10.0.0.4");
 }
 
 TEST(Options, BadUsageIsExitCodeTwoWithAReason) {
@@ -107,6 +119,14 @@ TEST(Options, BadUsageIsExitCodeTwoWithAReason) {
         {"--report", ""},
         {"--trace", ""},
         {"--probe=maybe"},
+        {"--phones-port", "8443"},
+        {"--phones-name", "Hall"},
+        {"--phones-bind", "10.0.0.3"},
+        {"--with-phones", "--phones-port", "65536"},
+        {"--with-phones", "--phones-port", "-1"},
+        {"--with-phones", "--phones-port", ""},
+        {"--with-phones", "--phones-name", ""},
+        {"--with-phones", "--phones-bind", ""},
         {"--source", "h", "--source", "ws://h:9001/"},
     };
     for (const auto& arguments : cases) {
@@ -126,7 +146,8 @@ TEST(Options, HelpAndVersionGoToStandardOutput) {
     EXPECT_TRUE(help.err.empty());
     for (const char* name :
          {"--source", "--discovered", "--plugin", "--state", "--fps", "--duration", "--record", "--probe",
-          "--report", "--quiet", "--trace", "--panel", "--version", "Exit code"}) {
+          "--report", "--quiet", "--trace", "--panel", "--with-phones", "--phones-port", "--phones-name",
+          "--phones-bind", "--version", "Exit code"}) {
         EXPECT_NE(help.out.find(name), std::string::npos) << name;
     }
     const Parsed version = Parse({"--version"});

@@ -24,6 +24,11 @@ TEST(DefaultPlugin, NamesThePlaceWhereItShouldBe) {
     EXPECT_EQ(DefaultPluginBeside("/nowhere/bin"), "/nowhere/lib/kestrel.so");
 }
 
+TEST(DefaultPhonesProgram, IsBesideThisProgram) {
+    EXPECT_EQ(DefaultPhonesProgram(),
+              std::filesystem::read_symlink("/proc/self/exe").parent_path() / "petrel");
+}
+
 class StateDirectoryTest : public testing::Test {
 protected:
     void SetUp() override {

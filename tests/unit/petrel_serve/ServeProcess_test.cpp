@@ -4,6 +4,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <nlohmann/json.hpp>
 #include <regex>
 #include <string>
 
@@ -22,10 +23,12 @@ constexpr std::chrono::seconds kEndLimit(10);
 
 class ServeProcess : public testing::Test {
 protected:
-    ChildProcess Run(const std::string& state, const std::string& port = "0") {
-        return {PETREL_PROGRAM,
-                {"serve", "--address", "127.0.0.1", "--port", port, "--state", temporary.Path() / state},
-                {"DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nonexistent/bus"}};
+    ChildProcess Run(const std::string& state, const std::string& port = "0",
+                     const std::vector<std::string>& more = {}) {
+        std::vector<std::string> arguments = {
+            "serve", "--address", "127.0.0.1", "--port", port, "--state", temporary.Path() / state};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        return {PETREL_PROGRAM, arguments, {"DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nonexistent/bus"}};
     }
     static std::string PortOf(const ChildProcess& process) {
         std::smatch match;
@@ -61,6 +64,24 @@ TEST_F(ServeProcess, EndsWithTwoWhenItsPortIsTaken) {
     ChildProcess second = Run("other", PortOf(first));
     EXPECT_EQ(second.WaitForEnd(kEndLimit), 2);
     EXPECT_THAT(second.Errors(), HasSubstr("cannot be used: Address already in use."));
+}
+
+TEST_F(ServeProcess, WritesEventsForAProgram) {
+    ChildProcess first = Run("state", "0", {"--events", "--quiet"});
+    ASSERT_TRUE(first.WaitForOutput("\"code\"", kStartLimit)) << first.Errors();
+    ChildProcess second = Run("other", PortOf(first), {"--events"});
+    EXPECT_EQ(second.WaitForEnd(kEndLimit), 2);
+    EXPECT_EQ(second.Output(), R"({"event":"failed","sentence":"The address 127.0.0.1:)" + PortOf(first) +
+                                   " cannot be used: Address already in use.\"}\n");
+    EXPECT_EQ(second.Errors(), "");
+    first.Signal(SIGTERM);
+    EXPECT_EQ(first.WaitForEnd(kEndLimit), 0);
+    std::istringstream lines(first.Output());
+    std::vector<std::string> names;
+    for (std::string line; std::getline(lines, line);)
+        names.push_back(nlohmann::json::parse(line, nullptr, false)["event"]);
+    EXPECT_THAT(names, testing::ElementsAre("ready", "code"));
+    EXPECT_EQ(first.Errors(), "");
 }
 
 }  // namespace

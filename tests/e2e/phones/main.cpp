@@ -1,0 +1,9 @@
+#include "tests/e2e/phones/WithPhonesTest.h"
+#include "tests/e2e/rendezvous/NetworkNamespace.h"
+#include "tests/fakes/TestMain.h"
+
+// The process moves into a network of its own while no other thread exists.
+int main(int argc, char** argv) {
+    e2e::ownNetworkProblem = rendezvous::EnterOwnNetwork();
+    return tests::RunAllTests(argc, argv, {});
+}
