@@ -3,8 +3,6 @@
 #include <spdlog/spdlog.h>
 
 #include <ctime>
-#include <fstream>
-#include <sstream>
 #include <utility>
 
 #include "apps/petrel/Phone.h"
@@ -24,14 +22,6 @@ constexpr std::size_t kTokenBytes = 24;
 constexpr std::size_t kMostHostsOfAPhone = 16;
 constexpr const char* kTokenFile = "operator.token";
 constexpr const char* kServerLock = "server.lock";
-
-std::optional<std::string> ReadFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream content;
-    content << in.rdbuf();
-    if (!in) return std::nullopt;
-    return content.str();
-}
 
 std::unique_ptr<web_server::WebSocketServer> ListenForHosts(const std::string& address,
                                                             web_server::WebSocketHandlers handlers,
@@ -116,13 +106,9 @@ std::string PhoneServer::ReadCertificates() {
             CertificateStore::Open(folder, ("Petrel on " + host).substr(0, 64), std::time(nullptr), error);
         return error;
     }
-    const std::optional<std::string> chain = ReadFile(options.certificate);
-    if (!chain) return "The certificate " + options.certificate + " cannot be read.";
-    const std::optional<std::string> key = ReadFile(options.key);
-    if (!key) return "The key " + options.key + " cannot be read.";
-    givenCertificate = KeyAndCertificate{*key, *chain};
-    if (BelongTogether(*givenCertificate)) return {};
-    return "The key " + options.key + " does not belong to the certificate " + options.certificate + ".";
+    std::string error;
+    givenCertificate = GivenCertificate::Open(options.certificate, options.key, error);
+    return error;
 }
 
 std::string PhoneServer::OpenHub() {

@@ -10,6 +10,7 @@
 #include "apps/petrel/ControlLoop.h"
 #include "apps/petrel/ServiceAnnouncer.h"
 #include "apps/petrel/serve/Certificates.h"
+#include "apps/petrel/serve/GivenCertificate.h"
 #include "apps/petrel/serve/Hub.h"
 #include "apps/petrel/serve/RefusalLog.h"
 #include "apps/petrel/serve/ServeOptions.h"
@@ -44,7 +45,9 @@ private:
     // With the names of a certificate that was given.
     MachineNames KnownNames() const;
     std::vector<std::string> Urls() const;
-    void LookAround();  // addresses come and go, certificates end
+    void LookAround();  // addresses come and go, certificates end or are renewed
+    bool HasRenewedCertificate();
+    void TellReachability();
     void OnTick();
 
     void PrintStart() const;
@@ -57,7 +60,7 @@ private:
     std::string operatorToken;
     std::string operatorTokenFile;
     std::optional<CertificateStore> certificates;  // unless one was given
-    std::optional<KeyAndCertificate> givenCertificate;
+    std::optional<GivenCertificate> givenCertificate;
     MachineNames machine;  // hub's thread, once it runs
     std::chrono::steady_clock::time_point nextLook;
     std::chrono::steady_clock::time_point nextCertificateCheck;

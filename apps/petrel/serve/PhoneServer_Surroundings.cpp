@@ -26,14 +26,14 @@ bool IsEveryAddress(const std::string& address) {
 }  // namespace
 
 std::optional<KeyAndCertificate> PhoneServer::CertificateFor(const MachineNames& now, std::string& error) {
-    if (givenCertificate) return givenCertificate;
+    if (givenCertificate) return givenCertificate->Current();
     return certificates->ForMachine(now, std::time(nullptr), error);
 }
 
 MachineNames PhoneServer::KnownNames() const {
     MachineNames names = machine;
     if (!givenCertificate) return names;
-    for (std::string& name : NamesInCertificate(givenCertificate->certificate).names)
+    for (std::string& name : NamesInCertificate(givenCertificate->Current().certificate).names)
         if (!name.empty()) names.names.push_back(std::move(name));
     return names;
 }
@@ -41,7 +41,7 @@ MachineNames PhoneServer::KnownNames() const {
 std::vector<std::string> PhoneServer::Urls() const {
     std::vector<std::string> hosts;
     if (givenCertificate) {
-        for (const std::string& name : NamesInCertificate(givenCertificate->certificate).names)
+        for (const std::string& name : NamesInCertificate(givenCertificate->Current().certificate).names)
             if (!name.empty() && name != "localhost") hosts.push_back(name);
     }
     if (!IsEveryAddress(options.address)) {
@@ -67,8 +67,9 @@ void PhoneServer::OnTick() {
 
 void PhoneServer::LookAround() {
     MachineNames now = NamesOfThisMachine();
+    const bool renewed = HasRenewedCertificate();
     const bool changed = now != machine;
-    if (!changed && Clock::now() < nextCertificateCheck) return;
+    if (!changed && !renewed && Clock::now() < nextCertificateCheck) return;
     nextCertificateCheck = Clock::now() + kCertificateCheckPeriod;
     std::string error;
     const std::optional<KeyAndCertificate> certificate = CertificateFor(now, error);
@@ -77,8 +78,22 @@ void PhoneServer::LookAround() {
     } else if (!https->Replace({certificate->certificate, certificate->key})) {
         spdlog::error("The new certificate cannot be used; the old one stays.");
     }
-    if (!changed) return;
     machine = std::move(now);
+    if (changed || renewed) TellReachability();
+}
+
+// A file that cannot be used is told; the certificate of before stays.
+bool PhoneServer::HasRenewedCertificate() {
+    if (!givenCertificate) return false;
+    std::string problem;
+    const GivenCertificate::Found found = givenCertificate->Look(problem);
+    if (found == GivenCertificate::Found::Unusable)
+        spdlog::error("{} The certificate stays as it is.", problem);
+    if (found == GivenCertificate::Found::Renewed) spdlog::info("the certificate has been renewed");
+    return found == GivenCertificate::Found::Renewed;
+}
+
+void PhoneServer::TellReachability() {
     {
         const support::MutexLock lock(mutex);
         namesForRedirects = KnownNames();
@@ -86,7 +101,7 @@ void PhoneServer::LookAround() {
     const std::vector<std::string> before = hub->Reached().urls;
     hub->SetReachability({KnownNames(), Urls()});
     if (hub->Reached().urls == before) return;
-    spdlog::info("the machine's addresses have changed: phones come to {}", hub->Reached().urls.front());
+    spdlog::info("phones come to {} from now on", hub->Reached().urls.front());
     PrintCode();
 }
 

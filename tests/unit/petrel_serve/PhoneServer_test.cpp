@@ -77,6 +77,15 @@ protected:
         return page;
     }
 
+    void GiveCertificate(const petrel::KeyAndCertificate& authority, const std::string& name) {
+        std::string error;
+        const auto given = petrel::IssueServerCertificate(authority, {{}, {name}}, std::time(nullptr), error);
+        options.certificate = temporary.Path() / "given.crt";
+        options.key = temporary.Path() / "given.key";
+        std::ofstream(options.certificate) << given->certificate;
+        std::ofstream(options.key) << given->key;
+    }
+
     // A host's socket to the phone.
     std::unique_ptr<RawPeer> DialPhone() const {
         const int made = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
@@ -189,12 +198,7 @@ TEST_F(PhoneServerTest, KnowsItsPhonesAfterARestart) {
 TEST_F(PhoneServerTest, TakesACertificateOfTheOperators) {
     std::string error;
     const auto authority = petrel::MakeAuthority("A real one", std::time(nullptr), error);
-    const auto given =
-        petrel::IssueServerCertificate(*authority, {{}, {"cam.example"}}, std::time(nullptr), error);
-    std::ofstream(temporary.Path() / "given.crt") << given->certificate;
-    std::ofstream(temporary.Path() / "given.key") << given->key;
-    options.certificate = temporary.Path() / "given.crt";
-    options.key = temporary.Path() / "given.key";
+    GiveCertificate(*authority, "cam.example");
     Start();
     const auto client =
         TlsClient::Connect(server->Port(), Speaks::Tls, {}, authority->certificate, "cam.example");
@@ -204,6 +208,28 @@ TEST_F(PhoneServerTest, TakesACertificateOfTheOperators) {
     const json data = json::parse(BodyOf(Ask(*client, "GET", "/api/operator")));
     EXPECT_EQ(data["url"], "https://cam.example:" + std::to_string(server->Port()) + "/");
     EXPECT_FALSE(std::filesystem::exists(options.state / "authority.key"));
+}
+
+TEST_F(PhoneServerTest, ShowsACertificateThatWasRenewedUnderItsNewName) {
+    std::string error;
+    const auto authority = petrel::MakeAuthority("A real one", std::time(nullptr), error);
+    GiveCertificate(*authority, "cam.example");
+    Start();
+    GiveCertificate(*authority, "new.example");
+    std::unique_ptr<TlsClient> client;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!client && std::chrono::steady_clock::now() < deadline)
+        client = TlsClient::Connect(server->Port(), Speaks::Tls, {}, authority->certificate, "new.example");
+    ASSERT_NE(client, nullptr);
+    // The hub learns of it right after the doors do.
+    std::string answer;
+    while (StatusOf(answer) != 200 && std::chrono::steady_clock::now() < deadline) {
+        client = TlsClient::Connect(server->Port());
+        answer = Ask(*client, "GET", "/", "Host: new.example\r\n");
+    }
+    EXPECT_EQ(StatusOf(answer), 200);
+    const auto old = TlsClient::Connect(server->Port());
+    EXPECT_EQ(StatusOf(Ask(*old, "GET", "/", "Host: cam.example\r\n")), 403);
 }
 
 TEST_F(PhoneServerTest, SaysInOneSentenceWhyItCannotStart) {
