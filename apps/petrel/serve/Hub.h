@@ -77,6 +77,7 @@ private:
     web_server::HttpAnswer PairAs(const std::string& name, const PairedPhone* known);
     web_server::HttpAnswer Me(const PairedPhone& phone) const;
     web_server::HttpAnswer Rename(const web_server::HttpRequest& request, const PairedPhone& phone);
+    void TellName(const PairedPhone& phone);
     web_server::HttpAnswer Forget(const PairedPhone& phone);
     web_server::HttpAnswer TakeAnswer(const web_server::HttpRequest& request, LivePhone& live);
     web_server::HttpAnswer TakeCandidates(const web_server::HttpRequest& request, LivePhone& live,

@@ -158,6 +158,7 @@ HttpAnswer Hub::PairAs(const std::string& name, const PairedPhone* known) {
         return Refused(503, "cannot-save", "The server cannot remember the phone: its disk is not writable.");
     }
     spdlog::info("\"{}\" is paired, hosts reach it at {}", phone.name, phone.address);
+    TellName(phone);
     code.Use(surroundings.live.now());
     if (surroundings.onNewCode) surroundings.onNewCode();
     HttpAnswer answer = JsonAnswer({{"phone", Described(phone)}});
@@ -189,11 +190,19 @@ HttpAnswer Hub::Rename(const HttpRequest& request, const PairedPhone& phone) {
         spdlog::error(error);
         return Refused(503, "cannot-save", "The server cannot remember the name: its disk is not writable.");
     }
-    const auto found = live.find(phone.identifier);
-    if (found != live.end()) found->second->Rename(name);
     PairedPhone renamed = phone;
     renamed.name = name;
+    TellName(renamed);
     return JsonAnswer({{"phone", Described(renamed)}});
+}
+
+// Hosts that look for phones hear of a new name at once; those that are joined, when they join again.
+void Hub::TellName(const PairedPhone& phone) {
+    const auto found = live.find(phone.identifier);
+    if (found == live.end() || found->second->Identity().name == phone.name) return;
+    found->second->Rename(phone.name);
+    if (surroundings.announce)
+        surroundings.announce({phone.name, phone.address, found->second->Port(), phone.identifier});
 }
 
 HttpAnswer Hub::Forget(const PairedPhone& phone) {

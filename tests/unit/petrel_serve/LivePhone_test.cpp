@@ -47,6 +47,23 @@ TEST_F(LivePhoneTest, IsThereForHostsWhileItsPageIs) {
     EXPECT_EQ(petrel::LivePhone::Alive(), 0);
 }
 
+TEST_F(LivePhoneTest, IsAnnouncedUnderANewNameAtOnce) {
+    Post("/api/name", {{"name", "Berta"}}, cookie);
+    EXPECT_THAT(announcements, IsEmpty()) << "nobody can reach it yet";
+    const auto page = OpenPage(cookie);
+    const auto host = Dial(kAddress);
+    host->received.clear();
+    Post("/api/name", {{"name", "Berta"}}, cookie);
+    EXPECT_THAT(announcements, ElementsAre("+Berta 127.0.1.1")) << "that is its name already";
+    Post("/api/name", {{"name", "Carla"}}, cookie);
+    EXPECT_THAT(announcements, ElementsAre("+Berta 127.0.1.1", "+Carla 127.0.1.1"));
+    EXPECT_THAT(host->received, IsEmpty()) << "whoever is joined would have to begin anew";
+    // A phone that scans again stays who it is.
+    Post("/api/pair", {{"code", hub->Code()}, {"name", "Dora"}}, cookie);
+    EXPECT_EQ(announcements.back(), "+Dora 127.0.1.1");
+    EXPECT_EQ(Dial(kAddress)->received.back()["username"], "Dora");
+}
+
 TEST_F(LivePhoneTest, AnswersAJoinWithItsNameAndNoIceServers) {
     const auto page = OpenPage(cookie);
     const auto host = Dial(kAddress, "GUID-1");
