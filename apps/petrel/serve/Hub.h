@@ -110,6 +110,7 @@ private:
     PairingCode code;
     GuessLimiter limiter;
     Time nextTouch;
+    TallyMemory tallies;
     std::map<std::string, std::shared_ptr<LivePhone>> live;  // by identifier
     std::map<std::string, std::string> states;               // JSON, by identifier
 };

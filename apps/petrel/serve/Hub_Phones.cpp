@@ -293,7 +293,7 @@ void Hub::OpenEvents(const Exchange& exchange, const PairedPhone& phone) {
     std::shared_ptr<LivePhone>& open = live[phone.identifier];
     if (open == nullptr) {
         std::string error = "No address is free for this phone.";
-        if (!phone.address.empty()) open = LivePhone::Start(phone, surroundings.live, error);
+        if (!phone.address.empty()) open = LivePhone::Start(phone, tallies, surroundings.live, error);
         if (open == nullptr) {
             live.erase(phone.identifier);
             spdlog::error("\"{}\" cannot be opened to hosts: {}", phone.name, error);

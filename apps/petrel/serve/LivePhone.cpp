@@ -42,22 +42,24 @@ std::string Shortened(const std::string& text) {
 
 }  // namespace
 
-std::shared_ptr<LivePhone> LivePhone::Start(const PairedPhone& phone, LivePhoneSurroundings surroundings,
-                                            std::string& error) {
-    auto live = std::make_shared<LivePhone>(phone, std::move(surroundings));
+std::shared_ptr<LivePhone> LivePhone::Start(const PairedPhone& phone, TallyMemory& tallies,
+                                            LivePhoneSurroundings surroundings, std::string& error) {
+    auto live = std::make_shared<LivePhone>(phone, tallies, std::move(surroundings));
     live->server = live->surroundings.listen(phone.address, live->Handlers(), error);
     if (live->server == nullptr) return nullptr;
     spdlog::info("{}: \"{}\" is open to hosts", phone.address, phone.name);
     return live;
 }
 
-LivePhone::LivePhone(const PairedPhone& toBe, LivePhoneSurroundings toUse)
-    : phone(toBe), surroundings(std::move(toUse)), lostAt(surroundings.now()) {}
+LivePhone::LivePhone(const PairedPhone& toBe, TallyMemory& memory, LivePhoneSurroundings toUse)
+    : phone(toBe), tallies(memory), surroundings(std::move(toUse)), lostAt(surroundings.now()) {}
 
 // The handlers hand over to the hub's thread, which is this one: nothing that waits can be waiting for us.
 LivePhone::~LivePhone() {
     if (server == nullptr) return;
     server->Stop();
+    for (const auto& [connection, client] : clients)
+        KeepTally(client);
     spdlog::info("{}: \"{}\" is closed to hosts", phone.address, phone.name);
 }
 
@@ -209,6 +211,7 @@ void LivePhone::OnClose(const Connection& connection) {
     const Client client = found->second;
     clients.erase(found);
     if (!client.joined) return;
+    KeepTally(client);
     spdlog::info("{}: {} left \"{}\"", phone.address, client.viewer.name, phone.name);
     log.Forget(client.viewer.number);
     SendEvent("gone", Text({{"viewer", client.viewer.number}}), client.viewer.number);
@@ -239,6 +242,24 @@ void LivePhone::Handle(Client& client, const MasterMadeOffer& offer) {
     ++client.viewer.offer;
     SendEvent("offer", Text({{"viewer", viewer}, {"offer", client.viewer.offer}, {"sdp", offer.sdp}}),
               viewer);
+    client.fingerprint = FingerprintInOffer(offer.sdp);
+    if (!client.tallyHeard && HadOnAir(client)) SendTally(client, true);
+}
+
+// With an earlier socket, whose end may not have been noticed yet.
+bool LivePhone::HadOnAir(const Client& client) {
+    const HostOfPhone host{phone.identifier, client.viewer.sessionGuid, client.fingerprint};
+    for (const auto& [connection, other] : clients) {
+        if (other.joined && other.viewer.onAir && !host.fingerprint.empty() &&
+            other.fingerprint == host.fingerprint && other.viewer.sessionGuid == host.sessionGuid)
+            return true;
+    }
+    return tallies.Take(host, surroundings.now());
+}
+
+void LivePhone::KeepTally(const Client& client) {
+    if (client.joined && client.viewer.onAir)
+        tallies.Keep({phone.identifier, client.viewer.sessionGuid, client.fingerprint}, surroundings.now());
 }
 
 void LivePhone::Handle(Client&, const CreatedAnswer&) {
@@ -261,12 +282,16 @@ void LivePhone::Handle(Client& client, const RemoteCandidate& candidate) {
 void LivePhone::Handle(Client& client, const TallyStateChanged& tally) {
     if (!client.joined || tally.peersIdentifier != phone.identifier) return;
     if (client.tallyHeard && tally.onAir == client.viewer.onAir) return;
+    tallies.Forget(phone.identifier, client.viewer.sessionGuid);
+    SendTally(client, tally.onAir);
+}
+
+void LivePhone::SendTally(Client& client, bool onAir) {
     client.tallyHeard = true;
-    client.viewer.onAir = tally.onAir;
-    spdlog::info("{}: \"{}\" is {} at {}", phone.address, phone.name, tally.onAir ? "on air" : "off air",
+    client.viewer.onAir = onAir;
+    spdlog::info("{}: \"{}\" is {} at {}", phone.address, phone.name, onAir ? "on air" : "off air",
                  client.viewer.name);
-    SendEvent("tally", Text({{"viewer", client.viewer.number}, {"onAir", tally.onAir}}),
-              client.viewer.number);
+    SendEvent("tally", Text({{"viewer", client.viewer.number}, {"onAir", onAir}}), client.viewer.number);
 }
 
 void LivePhone::Handle(Client&, const UnknownMessage& message) {

@@ -15,6 +15,7 @@
 #include "apps/petrel/SignallingMessages.h"
 #include "apps/petrel/serve/EventLog.h"
 #include "apps/petrel/serve/PhoneBook.h"
+#include "apps/petrel/serve/TallyMemory.h"
 #include "support/object_count.h"
 #include "web_server/HttpsServer.h"
 #include "web_server/WebSocketServer.h"
@@ -53,9 +54,10 @@ public:
     static constexpr std::chrono::seconds kGrace{5};
 
     // Null with a sentence in `error` when the phone's address cannot be used.
-    static std::shared_ptr<LivePhone> Start(const PairedPhone& phone, LivePhoneSurroundings surroundings,
-                                            std::string& error);
-    LivePhone(const PairedPhone& toBe, LivePhoneSurroundings toUse);
+    // `tallies` outlives the phone.
+    static std::shared_ptr<LivePhone> Start(const PairedPhone& phone, TallyMemory& tallies,
+                                            LivePhoneSurroundings surroundings, std::string& error);
+    LivePhone(const PairedPhone& toBe, TallyMemory& memory, LivePhoneSurroundings toUse);
     ~LivePhone();
 
     // The page
@@ -94,6 +96,7 @@ private:
         Connection connection;
         bool joined = false;
         bool tallyHeard = false;
+        std::string fingerprint;  // of its last offer
     };
 
     web_server::WebSocketHandlers Handlers();
@@ -114,10 +117,14 @@ private:
     bool IsForMe(const std::string& peersIdentifier) const;
     std::string NameFor(const JoinMaster& join, const std::string& address) const;
     void SendJoined(Client& client);
+    void SendTally(Client& client, bool onAir);
+    void KeepTally(const Client& client);
+    bool HadOnAir(const Client& client);
     void SendEvent(const char* name, const std::string& data, int viewer);
     std::string Hello(bool resumed) const;
 
     PairedPhone phone;
+    TallyMemory& tallies;
     const LivePhoneSurroundings surroundings;
     std::unique_ptr<web_server::WebSocketServer> server;
     std::map<Connection, Client> clients;

@@ -191,6 +191,75 @@ TEST_F(LivePhoneTest, PassesOnTheFirstTallyWhateverItSays) {
     EXPECT_EQ(page->Last("tally")->data["onAir"], false);
 }
 
+// Plug-ins tell changes only. Each process has a key of its own, whose fingerprint stands in its offers.
+constexpr const char* kOfferOfOneProcess = "v=0\r\na=fingerprint:sha-256 AA\r\n";
+constexpr const char* kOfferOfAnother = "v=0\r\na=fingerprint:sha-256 BB\r\n";
+
+TEST_F(LivePhoneTest, StaysOnAirWhenAHostDialsAgain) {
+    const auto page = OpenPage(cookie);
+    const auto host = Dial(kAddress);
+    Offer(kAddress, host, kOfferOfOneProcess);
+    Say(kAddress, host, Tally(true));
+    Leave(kAddress, host);
+    Advance(6s);
+    const auto again = Dial(kAddress);
+    EXPECT_EQ(page->Names().back(), "viewer") << "it might be another process";
+    Offer(kAddress, again, kOfferOfOneProcess);
+    EXPECT_THAT(page->Names(),
+                ElementsAre("hello", "viewer", "offer", "tally", "gone", "viewer", "offer", "tally"));
+    EXPECT_EQ(page->Last("tally")->data, json({{"viewer", 2}, {"onAir", true}}));
+    Say(kAddress, again, Tally(false));
+    EXPECT_EQ(page->Last("tally")->data, json({{"viewer", 2}, {"onAir", false}}));
+}
+
+TEST_F(LivePhoneTest, StaysOnAirWhenTheEndOfTheOldSocketIsNoticedLater) {
+    const auto page = OpenPage(cookie);
+    const auto host = Dial(kAddress);
+    Offer(kAddress, host, kOfferOfOneProcess);
+    Say(kAddress, host, Tally(true));
+    const auto again = Dial(kAddress);
+    Offer(kAddress, again, kOfferOfOneProcess);
+    EXPECT_EQ(page->Last("tally")->data, json({{"viewer", 2}, {"onAir", true}}));
+}
+
+TEST_F(LivePhoneTest, StaysOnAirWhenItsPageWasAwayForAWhile) {
+    const auto page = OpenPage(cookie);
+    const auto host = Dial(kAddress);
+    Offer(kAddress, host, kOfferOfOneProcess);
+    Say(kAddress, host, Tally(true));
+    LosePage(page);
+    Advance(20s);
+    ASSERT_FALSE(IsListening(kAddress));
+    const auto again = OpenPage(cookie);
+    Offer(kAddress, Dial(kAddress), kOfferOfOneProcess);
+    EXPECT_EQ(again->Last("tally")->data["onAir"], true);
+}
+
+TEST_F(LivePhoneTest, IsNotOnAirAtAHostThatWasStartedAnew) {
+    const auto page = OpenPage(cookie);
+    const auto host = Dial(kAddress);
+    Offer(kAddress, host, kOfferOfOneProcess);
+    Say(kAddress, host, Tally(true));
+    Leave(kAddress, host);
+    Offer(kAddress, Dial(kAddress), kOfferOfAnother);
+    EXPECT_EQ(page->Names().back(), "offer");
+}
+
+TEST_F(LivePhoneTest, WhatAHostSaysWhenItDialsAgainCounts) {
+    const auto page = OpenPage(cookie);
+    const auto host = Dial(kAddress);
+    Offer(kAddress, host, kOfferOfOneProcess);
+    Say(kAddress, host, Tally(true));
+    Leave(kAddress, host);
+    const auto again = Dial(kAddress);
+    Say(kAddress, again, Tally(false));
+    Offer(kAddress, again, kOfferOfOneProcess);
+    EXPECT_EQ(page->Names().back(), "offer");
+    Leave(kAddress, again);
+    Offer(kAddress, Dial(kAddress), kOfferOfOneProcess);
+    EXPECT_EQ(page->Last("tally")->data["onAir"], false) << "it was not on air any more";
+}
+
 TEST_F(LivePhoneTest, ServesSeveralHostsAndTellsThemApart) {
     const auto page = OpenPage(cookie);
     const auto first = Dial(kAddress, "GUID-1");
