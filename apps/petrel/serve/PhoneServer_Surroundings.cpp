@@ -16,11 +16,12 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+constexpr const char* kEveryIpv6 = "::";  // and of IPv4
 constexpr std::chrono::seconds kLookPeriod{3};
 constexpr std::chrono::hours kCertificateCheckPeriod{1};
 
 bool IsEveryAddress(const std::string& address) {
-    return address == "0.0.0.0" || address == "::";
+    return address == "0.0.0.0" || address == kEveryIpv6;
 }
 
 }  // namespace
@@ -47,8 +48,9 @@ std::vector<std::string> PhoneServer::Urls() const {
     if (!IsEveryAddress(options.address)) {
         hosts.push_back(InUrl(options.address));
     } else {
-        for (const std::string& address : NetworkAddresses())
-            hosts.push_back(address);
+        const Families families = options.address == kEveryIpv6 ? Families::Both : Families::Ipv4;
+        for (const std::string& address : NetworkAddresses(families))
+            hosts.push_back(InUrl(address));
     }
     if (hosts.empty()) hosts.emplace_back("127.0.0.1");
     std::vector<std::string> urls;

@@ -27,7 +27,8 @@ ServeCommandLine::ServeCommandLine(CLI::App& program) {
     serve = program.add_subcommand("serve", "Let the browsers of phones be cameras.");
     serve->add_option("--port", serveOptions.port, "port of the camera page (default 9443)");
     serve->add_option("--address", serveOptions.address,
-                      "IP address that the page is served on (default 0.0.0.0, which is all)");
+                      "IP address that the page is served on (default 0.0.0.0, which is all of IPv4; :: is "
+                      "all of IPv6 too)");
     serve
         ->add_option(
             "--bind", bind,

@@ -98,14 +98,16 @@ MachineNames NamesOfThisMachine() {
     return machine;
 }
 
-std::vector<std::string> NetworkAddresses() {
+std::vector<std::string> NetworkAddresses(Families families) {
     std::vector<std::string> found;
-    ForEachAddress([&found](const ifaddrs& entry, std::string address) {
-        if ((entry.ifa_flags & IFF_LOOPBACK) == 0 && entry.ifa_addr->sa_family == AF_INET)
-            found.push_back(std::move(address));
+    std::vector<std::string> foundIpv6;
+    ForEachAddress([&found, &foundIpv6](const ifaddrs& entry, std::string address) {
+        if ((entry.ifa_flags & IFF_LOOPBACK) != 0) return;
+        (entry.ifa_addr->sa_family == AF_INET ? found : foundIpv6).push_back(std::move(address));
     });
     const auto preferred = std::find(found.begin(), found.end(), PreferredAddress());
     if (preferred != found.end()) std::rotate(found.begin(), preferred, preferred + 1);
+    if (families == Families::Both) found.insert(found.end(), foundIpv6.begin(), foundIpv6.end());
     return found;
 }
 

@@ -16,9 +16,11 @@ struct MachineNames {
 
 MachineNames NamesOfThisMachine();
 
-// The IPv4 addresses under which phones in the network reach this machine, the one that leads to other
-// networks first; empty when there are none.
-std::vector<std::string> NetworkAddresses();
+enum class Families { Ipv4, Both };
+
+// The addresses under which phones in the network reach this machine: those of IPv4 first, and of them the
+// one that leads to other networks. Empty when there are none.
+std::vector<std::string> NetworkAddresses(Families families);
 
 // Why this IPv4 address cannot be listened on, in a sentence; empty when it can.
 std::string ProblemOfOwnAddress(const std::string& ipv4Address);

@@ -27,8 +27,8 @@ void IgnoreBrokenPipeHere() {
 
 }  // namespace
 
-int TestSocket::Make() {
-    return ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+int TestSocket::Make(Family family) {
+    return ::socket(family == Family::Ipv6 ? AF_INET6 : AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
 }
 
 TestSocket::TestSocket(int socketToOwn) : socket(socketToOwn) {
@@ -55,6 +55,14 @@ bool TestSocket::Dial(std::uint16_t port, const std::string& from) {
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     address.sin_port = htons(port);
     return connect(socket, plain, sizeof(address)) == 0;
+}
+
+bool TestSocket::DialIpv6(std::uint16_t port) {
+    sockaddr_in6 address{};
+    address.sin6_family = AF_INET6;
+    address.sin6_addr = in6addr_loopback;
+    address.sin6_port = htons(port);
+    return connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
 }
 
 SSL* TestSocket::UseTls(SSL_CTX* context) {

@@ -25,12 +25,15 @@ public:
     void ShutDown();  // [any-thread] ends a running operation
 
 protected:
-    static int Make();
+    enum class Family { Ipv4, Ipv6 };
+
+    static int Make(Family family = Family::Ipv4);
     explicit TestSocket(int socketToOwn);
     ~TestSocket();
 
     // To 127.0.0.1; `from` is an own address, or empty.
     bool Dial(std::uint16_t port, const std::string& from = {});
+    bool DialIpv6(std::uint16_t port);  // to ::1
     SSL* UseTls(SSL_CTX* context);
     SSL* Tls() const { return tls; }
 

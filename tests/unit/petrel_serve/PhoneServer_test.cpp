@@ -195,6 +195,17 @@ TEST_F(PhoneServerTest, KnowsItsPhonesAfterARestart) {
     EXPECT_EQ(StatusOf(Get("/api/me", cookie)), 200);
 }
 
+TEST_F(PhoneServerTest, ServesOneAddressOfIpv6) {
+    options.address = "::1";
+    Start();
+    EXPECT_EQ(TlsClient::Connect(server->Port()), nullptr) << "not the one of IPv4";
+    const auto client =
+        TlsClient::Connect(server->Port(), Speaks::Tls, "::1", temporary.ReadState("authority.crt"), "::1");
+    ASSERT_NE(client, nullptr);
+    const json data = json::parse(BodyOf(Ask(*client, "GET", "/api/operator", "Host: [::1]\r\n")));
+    EXPECT_EQ(data["url"], "https://[::1]:" + std::to_string(server->Port()) + "/");
+}
+
 TEST_F(PhoneServerTest, TakesACertificateOfTheOperators) {
     std::string error;
     const auto authority = petrel::MakeAuthority("A real one", std::time(nullptr), error);

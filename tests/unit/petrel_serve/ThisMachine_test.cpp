@@ -3,11 +3,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace petrel {
 namespace {
 
+using testing::AllOf;
+using testing::AnyOf;
 using testing::Contains;
 using testing::Each;
+using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
@@ -21,7 +26,13 @@ TEST(ThisMachine, KnowsTheLoopback) {
 }
 
 TEST(ThisMachine, OffersNoLoopbackAddressToPhones) {
-    EXPECT_THAT(NetworkAddresses(), Each(Not(StartsWith("127."))));
+    const std::vector<std::string> ipv4 = NetworkAddresses(Families::Ipv4);
+    EXPECT_THAT(ipv4, Each(Not(AnyOf(StartsWith("127."), HasSubstr(":")))));
+    std::vector<std::string> both = NetworkAddresses(Families::Both);
+    ASSERT_GE(both.size(), ipv4.size());
+    EXPECT_TRUE(std::equal(ipv4.begin(), ipv4.end(), both.begin())) << "those of IPv4 come first";
+    both.erase(both.begin(), both.begin() + static_cast<std::ptrdiff_t>(ipv4.size()));
+    EXPECT_THAT(both, Each(AllOf(HasSubstr(":"), Not(AnyOf("::1", StartsWith("fe80:"))))));
 }
 
 TEST(ThisMachine, CanListenOnItsOwnAddressesOnly) {

@@ -28,8 +28,9 @@ void Expect(SSL* tls, const std::string& name) {
 
 std::unique_ptr<TlsClient> TlsClient::Connect(std::uint16_t port, Speaks speaks, const std::string& from,
                                               const std::string& authority, const std::string& expectedName) {
-    std::unique_ptr<TlsClient> client(new TlsClient(Make()));
-    if (!client->Dial(port, from)) return nullptr;
+    const bool overIpv6 = from == "::1";
+    std::unique_ptr<TlsClient> client(new TlsClient(Make(overIpv6 ? Family::Ipv6 : Family::Ipv4)));
+    if (!(overIpv6 ? client->DialIpv6(port) : client->Dial(port, from))) return nullptr;
     if (speaks == Speaks::NothingYet) return client;
     SSL_CTX* const context = SSL_CTX_new(TLS_client_method());
     if (!authority.empty()) Trust(context, authority);
