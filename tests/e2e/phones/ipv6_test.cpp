@@ -18,8 +18,9 @@ class ServeIpv6 : public WithPhonesTest {
 protected:
     void SetUp() override {
         WithPhonesTest::SetUp();
-        for (const char* words : {"link add wire type dummy", "address add 192.0.2.1/24 dev wire",
-                                  "address add 2001:db8::1/64 dev wire nodad", "link set wire up"})
+        for (const char* words :
+             {"link add wire type veth peer name wire-end", "address add 192.0.2.1/24 dev wire",
+              "address add 2001:db8::1/64 dev wire nodad", "link set wire up"})
             EXPECT_EQ(rendezvous::Ip(words), "");
     }
     void TearDown() override { rendezvous::Ip("link delete wire"); }

@@ -15,8 +15,8 @@ enum class Speaks { Tls, NothingYet };
 
 class TlsClient : public TestSocket {
 public:
-    // Null when it cannot be reached. `from` is an own address, or empty ("::1" comes by IPv6); `authority` is a PEM certificate
-    // that has to vouch for the server as `expectedName`, or empty.
+    // Null when it cannot be reached. `from` is an own address, or empty ("::1" comes by IPv6); `authority`
+    // is a PEM certificate that has to vouch for the server as `expectedName`, or empty.
     static std::unique_ptr<TlsClient> Connect(std::uint16_t port, Speaks speaks = Speaks::Tls,
                                               const std::string& from = {}, const std::string& authority = {},
                                               const std::string& expectedName = {});
