@@ -34,9 +34,27 @@ void PhonePage::Open() {
     EXPECT_TRUE(Hears("hello"));
 }
 
+std::string PhonePage::HeardBefore(const std::string& event) {
+    return stream ? stream->ReadUntil("event: " + event + "\n") : std::string();
+}
+
+json PhonePage::Data() {
+    stream->ReadUntil("data: ");
+    return json::parse(stream->ReadUntil("\n"), nullptr, false);
+}
+
+void PhonePage::Post(const std::string& path, const json& body) const {
+    const auto client = TlsClient::Connect(port);
+    ASSERT_NE(client, nullptr);
+    const std::string answer =
+        tests::Ask(*client, "POST", path,
+                   "Origin: https://127.0.0.1\r\nContent-Type: application/json\r\n" + cookie, body.dump());
+    EXPECT_EQ(tests::StatusOf(answer), 200) << answer;
+}
+
 bool PhonePage::Hears(const std::string& event) {
     const std::string line = "event: " + event + "\n";
-    return stream && stream->ReadUntil(line).ends_with(line);
+    return HeardBefore(event).ends_with(line);
 }
 
 }  // namespace e2e

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 
 #include "tests/unit/web_server/TlsClient.h"
@@ -16,8 +17,13 @@ public:
     // Its page is there from now on.
     void Open();
     void Close() { stream.reset(); }
-    // Whether this event comes, and what before it.
+    // Whether this event comes; others may come before it.
     bool Hears(const std::string& event);
+    // What came before this event, as it was sent; everything when it does not come.
+    std::string HeardBefore(const std::string& event);
+    // What belongs to the event that was heard last.
+    nlohmann::json Data();
+    void Post(const std::string& path, const nlohmann::json& body) const;
 
 private:
     const std::uint16_t port;

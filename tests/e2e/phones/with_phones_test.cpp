@@ -18,6 +18,7 @@ namespace {
 
 using testing::HasSubstr;
 using testing::Not;
+using testing::StartsWith;
 
 // The only child of a process, or -1.
 pid_t ChildOf(pid_t process) {
@@ -63,11 +64,18 @@ private:
 };
 
 // A round of progress lines that is not there yet.
-bool GoesOn(ChildProcess& halyard) {
+bool GoesOn(ChildProcess& halyard, const std::string& text = " live ") {
     const std::size_t mark = halyard.Output().size();
     return halyard.WaitUntilOutput(
-        [mark](const std::string& output) { return output.find(" live ", mark) != std::string::npos; },
+        [mark, text](const std::string& output) { return output.find(text, mark) != std::string::npos; },
         std::chrono::seconds(20));
+}
+
+std::string FingerprintIn(const std::string& sdp) {
+    const std::string key = "a=fingerprint:";
+    const std::size_t begin = sdp.find(key);
+    if (begin == std::string::npos) return {};
+    return sdp.substr(begin + key.size(), sdp.find('\r', begin) - begin - key.size());
 }
 
 TEST_F(WithPhonesTest, APhoneThatPairsIsDialledWithoutAnythingTyped) {
@@ -86,6 +94,38 @@ TEST_F(WithPhonesTest, APhoneThatPairsIsDialledWithoutAnythingTyped) {
     halyard->Signal(SIGTERM);
     EXPECT_EQ(halyard->WaitForEnd(kSoon), 1) << "no picture came";
     EXPECT_EQ(halyard->Errors(), "");
+}
+
+TEST_F(WithPhonesTest, ANewNameInterruptsNothing) {
+    const auto halyard = Begin({"--trace", directory / "trace"});
+    ASSERT_TRUE(IsReady(*halyard));
+    PhonePage page(kPort, "Anna");
+    page.Open();
+    ASSERT_TRUE(page.Hears("offer")) << halyard->Output();
+    page.Post("/api/name", {{"name", "Berta"}});
+    EXPECT_TRUE(halyard->WaitForOutput("phones: \"Berta\" is open, at 127.0.1.1\n", kSoon));
+    EXPECT_TRUE(GoesOn(*halyard, "127.0.1.1:9001"));
+    EXPECT_TRUE(GoesOn(*halyard, "127.0.1.1:9001"));
+    halyard->Signal(SIGTERM);
+    const std::string heard = page.HeardBefore("closing");
+    EXPECT_THAT(heard, HasSubstr("event: closing\n"));
+    for (const char* event : {"event: offer", "event: gone", "event: viewer"})
+        EXPECT_THAT(heard, Not(HasSubstr(event)));
+}
+
+// The server knows a host by it that dials again.
+TEST_F(WithPhonesTest, AllOffersOfOneHostHaveOneFingerprint) {
+    const auto halyard = Begin({"--trace", directory / "trace"});
+    ASSERT_TRUE(IsReady(*halyard));
+    PhonePage page(kPort, "Anna");
+    page.Open();
+    ASSERT_TRUE(page.Hears("offer")) << halyard->Output();
+    const nlohmann::json first = page.Data();
+    page.Post("/api/renew", {{"viewer", first["viewer"]}});
+    ASSERT_TRUE(page.Hears("offer")) << halyard->Output();
+    const std::string fingerprint = FingerprintIn(first["sdp"]);
+    EXPECT_THAT(fingerprint, StartsWith("sha-256 "));
+    EXPECT_EQ(FingerprintIn(page.Data()["sdp"]), fingerprint);
 }
 
 TEST_F(WithPhonesTest, APhoneFromLastTimeIsOneSourceAgain) {

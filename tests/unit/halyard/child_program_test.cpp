@@ -17,6 +17,7 @@ using Lines = std::vector<std::string>;
 
 class ChildProgramTest : public testing::Test {
 protected:
+    ChildProgramTest() { MainThreadQueue::Default().Reopen(); }
     ~ChildProgramTest() override { MainThreadQueue::Default().ShutDown(); }
 
     // A shell that runs this script.
