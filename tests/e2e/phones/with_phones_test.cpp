@@ -93,7 +93,7 @@ TEST_F(WithPhonesTest, APhoneThatPairsIsDialledWithoutAnythingTyped) {
     EXPECT_TRUE(halyard->WaitForOutput("phones: \"Anna\" is closed, at 127.0.1.1\n", kSoon));
     halyard->Signal(SIGTERM);
     EXPECT_EQ(halyard->WaitForEnd(kSoon), 1) << "no picture came";
-    EXPECT_EQ(halyard->Errors(), "");
+    EXPECT_EQ(Complaints(*halyard), "");
 }
 
 TEST_F(WithPhonesTest, ANewNameInterruptsNothing) {
@@ -157,7 +157,7 @@ TEST_F(WithPhonesTest, TheServerEndsWithTheHost) {
         halyard->Signal(signal);
         EXPECT_EQ(halyard->WaitForEnd(kSoon), signal == SIGKILL ? 128 + SIGKILL : 0) << halyard->Errors();
         EXPECT_TRUE(server.EndsWithin(signal == SIGKILL ? kSoon : std::chrono::seconds(0))) << signal;
-        EXPECT_EQ(halyard->Errors(), "") << "an end that was asked for is no loss";
+        EXPECT_EQ(Complaints(*halyard), "") << "an end that was asked for is no loss";
     }
 }
 
@@ -225,7 +225,7 @@ TEST_F(WithPhonesTest, QuietSaysOnlyWhatGoesWrong) {
     ASSERT_NE(server, nullptr);
     halyard->Signal(SIGTERM);
     EXPECT_EQ(halyard->WaitForEnd(kSoon), 0);
-    EXPECT_EQ(halyard->Output() + halyard->Errors(), "");
+    EXPECT_EQ(halyard->Output() + Complaints(*halyard), "");
 }
 
 TEST_F(WithPhonesTest, AHostWithoutItsServerSaysSo) {
