@@ -27,8 +27,8 @@ public:
     Handle(const Handle&) = delete;
     Handle& operator=(const Handle&) = delete;
 
-    void Start(std::weak_ptr<ServiceListener> listener) override {
-        phones->listener = std::move(listener);
+    void Start(std::weak_ptr<ServiceListener> toTell) override {
+        phones->listener = std::move(toTell);
         if (network) network->Start(phones);
     }
 
