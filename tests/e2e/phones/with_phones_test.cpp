@@ -229,9 +229,13 @@ TEST_F(WithPhonesTest, QuietSaysOnlyWhatGoesWrong) {
 }
 
 TEST_F(WithPhonesTest, AHostWithoutItsServerSaysSo) {
-    const std::string lonely = directory / "halyard";
+    // Its libraries are found beside its folder.
+    const std::filesystem::path build = std::filesystem::path(HALYARD_PROGRAM).parent_path().parent_path();
+    std::filesystem::create_directory_symlink(build / "lib", directory / "lib");
+    std::filesystem::create_directory(directory / "bin");
+    const std::string lonely = directory / "bin/halyard";
     std::filesystem::copy_file(HALYARD_PROGRAM, lonely);
-    const std::string sentence = "phones: The server cannot start: " + (directory / "petrel").string() +
+    const std::string sentence = "phones: The server cannot start: " + (directory / "bin/petrel").string() +
                                  " cannot be run (No such file or directory).\n";
     const auto halyard =
         Begin({"--plugin", FAKE_PLUGIN, "--source", "320x180"}, ChildProcess::Input::Empty, lonely);
