@@ -70,10 +70,11 @@ function(kestrel_beast_sources)
 endfunction()
 
 # A test program: kestrel_test(NAME LABEL unit|contract|e2e|stress SOURCES ... LIBRARIES ... [TIMEOUT seconds]
-# [COMPUTES]).
-# Each of its cases becomes a test of ctest under its own name.
+# [COMPUTES] [ALONE filter]).
+# Each of its cases becomes a test of ctest under its own name. What the filter names listens or looks for what any
+# stall of the machine would cause too: nothing else runs beside it.
 function(kestrel_test name)
-    cmake_parse_arguments(PARSE_ARGV 1 TEST "COMPUTES" "LABEL;TIMEOUT" "SOURCES;LIBRARIES")
+    cmake_parse_arguments(PARSE_ARGV 1 TEST "COMPUTES" "LABEL;TIMEOUT;ALONE" "SOURCES;LIBRARIES")
     if(NOT TEST_TIMEOUT)
         set(TEST_TIMEOUT 60)
     endif()
@@ -88,6 +89,12 @@ function(kestrel_test name)
         target_compile_options(${name} PRIVATE -O1)
     endif()
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
-    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
+    set(discovery DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
         PROPERTIES LABELS ${TEST_LABEL} TIMEOUT ${TEST_TIMEOUT})
+    if(TEST_ALONE)
+        gtest_discover_tests(${name} TEST_FILTER "-${TEST_ALONE}" ${discovery})
+        gtest_discover_tests(${name} TEST_FILTER "${TEST_ALONE}" TEST_LIST ${name}_ALONE ${discovery} RUN_SERIAL ON)
+    else()
+        gtest_discover_tests(${name} ${discovery})
+    endif()
 endfunction()
