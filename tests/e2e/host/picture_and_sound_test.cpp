@@ -1,6 +1,10 @@
 // A phone's picture and sound reach the host through the plug-in.
 #include <gtest/gtest.h>
 
+#include <string>
+#include <string_view>
+#include <vector>
+
 #include "tests/e2e/host/HostHarness.h"
 #include "tests/e2e/host/SimulatedPhone.h"
 
@@ -25,7 +29,11 @@ class PictureAndSound : public testing::TestWithParam<Case> {};
 
 TEST_P(PictureAndSound, ReachTheHost) {
     const Case& phoneCase = GetParam();
-    SimulatedPhone phone(phoneCase.address, {"--codec", phoneCase.codec, "--size", phoneCase.size});
+    std::vector<std::string> words{"--codec", phoneCase.codec, "--size", phoneCase.size};
+    // With fewer bits libvpx leaves a block of the stamp as it was for some pictures; its own decoder shows
+    // the same.
+    if (std::string_view(phoneCase.codec) == "vp9") words.insert(words.end(), {"--bitrate", "8000"});
+    SimulatedPhone phone(phoneCase.address, words);
     HostHarness harness({60, 1});
     const auto pulled = harness.Add(phone.Address());
     ASSERT_TRUE(harness.RunUntil([&] { return pulled.pattern->Now().stampedPictures > 0; }, seconds(30)))
