@@ -35,7 +35,16 @@ void MediaWatchdog::Expect(Kind kind, bool sends) {
 void MediaWatchdog::Pause(Kind kind) {
     Track& track = Of(kind);
     Rest(track);
-    track.stragglersUntil = watchedUs + kStragglersUs;
+    track.ending = true;
+    track.endingSince = watchedUs;
+    track.stragglerAt = watchedUs;
+}
+
+bool MediaWatchdog::StillEnding(Track& track, const Progress& progress) const {
+    if (progress.packets != track.packetsBefore) track.stragglerAt = watchedUs;
+    track.ending =
+        watchedUs - track.stragglerAt < kStragglersUs && watchedUs - track.endingSince < kLongestStragglersUs;
+    return track.ending;
 }
 
 MediaWatchdog::Findings MediaWatchdog::Look(std::int64_t nowUs, const Progress& picture,
@@ -56,7 +65,7 @@ void MediaWatchdog::Follow(Track& track, const Progress& progress, Findings& fin
     // A decoder also makes up what was lost; that is no sign of life.
     const bool decoded = progress.decoded != track.then.decoded && progress.packets != track.then.packets;
     track.seen = progress;
-    if (!track.expected || watchedUs < track.stragglersUntil) {
+    if (!track.expected || (track.ending && StillEnding(track, progress))) {
         track.packetsBefore = progress.packets;
         return;
     }

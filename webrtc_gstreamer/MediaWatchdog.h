@@ -21,8 +21,10 @@ public:
     static constexpr std::int64_t kSettledAfterUs = 10'000'000;
     // Looks that are further apart prove nothing: this process stood still.
     static constexpr std::int64_t kLongestStepUs = 500'000;
-    // Packets that were under way when the other side said goodbye to the stream.
+    // Packets that were under way when the other side said goodbye to the stream: they are over after so long
+    // without one. What still comes later than that is a stream that goes on.
     static constexpr std::int64_t kStragglersUs = 500'000;
+    static constexpr std::int64_t kLongestStragglersUs = 5'000'000;
 
     enum class Kind { Picture, Sound };
 
@@ -55,7 +57,9 @@ private:
         bool watched = false;
         Progress seen;
         std::int64_t packetsBefore = 0;  // that do not count as a beginning
-        std::int64_t stragglersUntil = 0;
+        bool ending = false;             // by a goodbye; stragglers may come
+        std::int64_t endingSince = 0;
+        std::int64_t stragglerAt = 0;  // the last one, or the goodbye
         std::int64_t decodedAt = 0;
         Progress then;  // at that time
         bool stopped = false;
@@ -64,6 +68,7 @@ private:
 
     Track& Of(Kind kind) { return kind == Kind::Picture ? pictureTrack : soundTrack; }
     void Rest(Track& track);
+    bool StillEnding(Track& track, const Progress& progress) const;
     void Follow(Track& track, const Progress& progress, Findings& findings);
     void Notice(Track& track, Findings& findings);
     void Negotiate(bool mayNegotiate, Findings& findings);

@@ -1,7 +1,10 @@
 // Packets that are lost on the way: what the phone is asked for.
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <optional>
+#include <string>
 
 #include "tests/contract/webrtc/Call.h"
 
@@ -22,32 +25,43 @@ protected:
             happened.Add(media == Media::Picture ? "picture lost" : "sound lost", std::to_string(number));
         };
         call.phone.onPacketRequest = [this](Media media, std::uint16_t number) {
-            if (!askedAt) askedAt = Clock::now();
-            happened.Add(media == Media::Picture ? "picture asked" : "sound asked", std::to_string(number));
+            happened.Add(media == Media::Picture ? "picture asked" : "sound asked", std::to_string(number),
+                         std::to_string(
+                             std::chrono::duration_cast<milliseconds>(Clock::now() - lostAt.load()).count()));
         };
         call.Connect();
     }
     ~LostPackets() override { call.phone.Vanish(); }  // its callbacks end before what they use
 
+    // On a busy machine the packets of a picture come so slowly that others are asked for, too.
+    std::optional<milliseconds> AskedAfter(const std::string& number) {
+        std::optional<milliseconds> after;
+        happened.WaitUntil([&number, &after](const Entries& all) {
+            for (const Record::Entry& entry : all) {
+                if (entry.what == "picture asked" && entry.text == number)
+                    after = milliseconds(std::stoll(entry.type));
+            }
+            return after.has_value();
+        });
+        return after;
+    }
+
     Record happened;
-    // Read only after an entry of the record that was made later.
-    Clock::time_point lostAt;
-    std::optional<Clock::time_point> askedAt;
-    Call call{{.codec = GetParam(), .framesPerSecond = 2, .pattern = "snow", .keyFrameDistance = 1}};
+    std::atomic<Clock::time_point> lostAt{};
+    Call call{{.codec = GetParam(), .framesPerSecond = 1, .pattern = "snow", .keyFrameDistance = 1}};
 };
 
 TEST_P(LostPackets, ThePhoneIsAskedForTheEndOfAPictureBeforeTheNextOneComes) {
-    ASSERT_TRUE(call.WaitForPictures(3));
+    ASSERT_TRUE(call.WaitForPictures(2));
     call.phone.LosePacket(Media::Sound);
     const auto lostSound = happened.WaitFor("sound lost");
     ASSERT_TRUE(lostSound);
     call.phone.LosePacket(Media::Picture);
     const auto lostPicture = happened.WaitFor("picture lost");
     ASSERT_TRUE(lostPicture);
-    const auto asked = happened.WaitFor("picture asked");
-    ASSERT_TRUE(asked);
-    EXPECT_EQ(asked->text, lostPicture->text);
-    EXPECT_LT(*askedAt - lostAt, milliseconds(250));
+    const auto after = AskedAfter(lostPicture->text);
+    ASSERT_TRUE(after);
+    EXPECT_LT(*after, milliseconds(800));
     EXPECT_EQ(happened.Count("sound asked"), 0U) << "sound is concealed";
 }
 

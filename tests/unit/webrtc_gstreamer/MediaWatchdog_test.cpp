@@ -186,6 +186,22 @@ TEST(MediaWatchdog, AStreamThatSaidGoodbyeIsNotMissed) {
     EXPECT_TRUE(watch.MissesPictureAfter(1)) << "it came back, so it is watched again";
 }
 
+TEST(MediaWatchdog, PacketsThatCatchUpAfterAGoodbyeAreNoBeginning) {
+    SettledWatch watch;
+    watch.dog.Pause(Kind::Picture);
+    watch.RunFor(2);  // a busy machine has as much still to decode
+    watch.LookAfter(MediaWatchdog::kLongestStepUs);
+    watch.picture = Media::Gone;
+    watch.RunFor(600);
+    EXPECT_TRUE(watch.notes.empty());
+}
+
+TEST(MediaWatchdog, AStreamThatGoesOnAfterItsGoodbyeIsWatchedInTheEnd) {
+    SettledWatch watch;
+    watch.dog.Pause(Kind::Picture);
+    EXPECT_TRUE(watch.MissesPictureAfter(6));
+}
+
 TEST(MediaWatchdog, AGoodbyeEndsWhatWasMissed) {
     SettledWatch watch;
     watch.picture = Media::Gone;
