@@ -8,10 +8,12 @@
 
 #include "webrtc_gstreamer/Crossing.h"
 #include "webrtc_gstreamer/Engine.h"
+#include "webrtc_gstreamer/FeedbackPace.h"
 #include "webrtc_gstreamer/Log.h"
 #include "webrtc_gstreamer/LossRepair.h"
 #include "webrtc_gstreamer/PacketRequests.h"
 #include "webrtc_gstreamer/Promise.h"
+#include "webrtc_gstreamer/ReceiveBuffers.h"
 #include "webrtc_gstreamer/RelayRelease.h"
 
 namespace webrtc_gstreamer {
@@ -24,9 +26,6 @@ constexpr unsigned int kJitterLatencyMs = LossRepair::kBudgetUs / 1000;
 constexpr unsigned int kFirstPackets = 3;
 // With the defaults, feedback leaves too late for retransmission and bandwidth estimation to work.
 constexpr double kRtcpBandwidth = 50e6;
-// Early feedback, as for a lost packet, may go out once between two regular reports: every picture has its
-// own.
-constexpr guint64 kRtcpMinimumInterval = 30 * GST_MSECOND;
 // Between two connectivity checks; the shortest that RFC 8445, section 14.2 allows.
 constexpr unsigned int kIcePacingMs = 5;
 
@@ -44,8 +43,8 @@ void OnElementAdded(GstBin*, GstBin*, GstElement* element, gpointer) {
     if (name == "rtpjitterbuffer") {
         g_object_set(element, "faststart-min-packets", kFirstPackets, nullptr);
     } else if (name == "rtpsession") {
-        g_object_set(element, "bandwidth", kRtcpBandwidth, "rtcp-min-interval", kRtcpMinimumInterval,
-                     nullptr);
+        g_object_set(element, "bandwidth", kRtcpBandwidth, nullptr);
+        PaceFeedback(element);
     }
 }
 
@@ -124,6 +123,7 @@ void Pipeline::SetUpIce(const std::vector<IceServer>& servers) {
     NiceAgent* const agent = NICE_AGENT(ownedAgent.get());
     g_object_set(agent, "ice-tcp", FALSE, "upnp", FALSE, "keepalive-conncheck", TRUE, "stun-pacing-timer",
                  kIcePacingMs, nullptr);
+    EnlargeReceiveBuffers(*agent);
     if (OnlyLoopbackIsUp()) {
         // Loopback is skipped when gathering; an address added here replaces the automatic list.
         NiceAddress address;

@@ -24,6 +24,7 @@ namespace halyard {
 namespace {
 
 using host_runtime::SourceState;
+using host_runtime::TallyState;
 
 constexpr std::int64_t kSecondUs = 1'000'000;
 constexpr const char* kStandardOutput = "-";
@@ -225,6 +226,9 @@ std::vector<ShownPanel> App::Panels() const {
     for (const Watched& one : watched) {
         ShownPanel shown;
         shown.address = one.source->Address();
+        shown.setOnAir = [this, identifier = one.source->Identifier()](bool isOnAir) {
+            host->Sources().SetTally(identifier, isOnAir ? TallyState::Program : TallyState::Off);
+        };
         if (one.panel != nullptr) {
             shown.glass = &one.panel->Glass();
             shown.views = &one.panel->Views();

@@ -15,7 +15,7 @@ namespace {
 using host_runtime::FormPart;
 using host_runtime::FormRow;
 
-constexpr std::array<std::string_view, 5> kOwnWords = {"show", "source", "help", "quit", "exit"};
+constexpr std::array<std::string_view, 6> kOwnWords = {"show", "source", "air", "help", "quit", "exit"};
 constexpr std::string_view kBlanks = " \t\r";
 
 std::string Lowered(std::string_view text) {
@@ -124,6 +124,7 @@ PanelCommands::Reply PanelCommands::Run(std::string_view line) {
     const std::string word = Lowered(clean.substr(0, clean.find(' ')));
     const std::string rest(Trimmed(std::string_view(clean).substr(word.size())));
     if (word == "source") return ChooseSource(rest);
+    if (word == "air") return SetOnAir(rest);
     if (std::find(kOwnWords.begin(), kOwnWords.end(), word) == kOwnWords.end()) return Change(word, rest);
     if (!rest.empty()) return Say("Nothing can stand behind " + Quoted(word) + ".");
     if (word == "show") return {{}, true, false};
@@ -168,6 +169,15 @@ PanelCommands::Reply PanelCommands::ChooseSource(const std::string& number) {
     return {{}, true, false};
 }
 
+PanelCommands::Reply PanelCommands::SetOnAir(const std::string& onOrOff) const {
+    const std::string wanted = Lowered(onOrOff);
+    if (wanted != "on" && wanted != "off") return Say("\"air\" takes on or off.");
+    const std::vector<ShownPanel> all = panels();
+    if (chosen >= all.size()) return Say("There is no source yet.");
+    all[chosen].setOnAir(wanted == "on");
+    return Say("Source " + std::to_string(chosen + 1) + " is " + wanted + " air.");
+}
+
 PanelCommands::Reply PanelCommands::Help() const {
     Reply reply;
     const std::vector<ShownPanel> all = panels();
@@ -184,6 +194,7 @@ PanelCommands::Reply PanelCommands::Help() const {
         }
     }
     reply.lines.push_back(HelpLine("source [NUMBER]", "lists the sources, or goes to the panel of one"));
+    reply.lines.push_back(HelpLine("air on|off", "tells the phone that it is on air, or not"));
     reply.lines.push_back(HelpLine("show", "shows the panel"));
     reply.lines.push_back(HelpLine("help", "shows this"));
     reply.lines.push_back(HelpLine("quit", "ends the program"));

@@ -19,6 +19,7 @@ struct ShownPanel {
     std::string address;  // of the source
     eDynamicGlass* glass = nullptr;
     eView* views = nullptr;
+    std::function<void(bool isOnAir)> setOnAir;  // the phone is told
 };
 
 // Asks for the panels of all sources, in the order in which the operator counts them.
@@ -53,6 +54,7 @@ public:
 
 private:
     Reply ChooseSource(const std::string& number);
+    Reply SetOnAir(const std::string& onOrOff) const;
     Reply Help() const;
     Reply Change(const std::string& word, const std::string& text);
     Reply Apply(const NamedRow& target, eDynamicGlass& glass, const std::string& text) const;

@@ -6,6 +6,7 @@
 #include <deque>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "apps/halyard/PanelCommands.h"
 #include "host/ui/eDynamicGlass.h"
@@ -26,6 +27,7 @@ struct BenchPanel {
     std::string address;
     std::unique_ptr<eView> views;
     std::unique_ptr<eDynamicGlass> glass;  // goes first
+    std::vector<bool> tallies;             // that its phone was told
 
     void Set(const char* variable, const char* field, const char* text) const {
         views->FindVariable(variable)->SetField(field, text);
@@ -56,8 +58,10 @@ public:
     ShownPanels Shown() {
         return [this] {
             std::vector<ShownPanel> shown;
-            for (const BenchPanel& panel : all)
-                shown.push_back({panel.address, panel.glass.get(), panel.views.get()});
+            for (BenchPanel& panel : all) {
+                shown.push_back({panel.address, panel.glass.get(), panel.views.get(),
+                                 [&panel](bool isOnAir) { panel.tallies.push_back(isOnAir); }});
+            }
             return shown;
         };
     }

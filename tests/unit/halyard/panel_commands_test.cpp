@@ -138,17 +138,35 @@ TEST_F(Commands, DrawTheChosenPanelBelowItsHeading) {
     EXPECT_TRUE(commands.Run("show").draws);
 }
 
+TEST_F(Commands, PutTheChosenSourceOnAirAndOff) {
+    bench.Add("10.0.0.1");
+    bench.AddWithoutPanel("10.0.0.2");
+    EXPECT_EQ(Say("air on"), "Source 1 is on air.");
+    EXPECT_EQ(commands.Run("source 2").lines, Lines{});
+    EXPECT_EQ(Say("AIR ON"), "Source 2 is on air.");
+    EXPECT_EQ(Say("air  off"), "Source 2 is off air.");
+    EXPECT_EQ(bench.At(0).tallies, std::vector<bool>{true});
+    EXPECT_EQ(bench.At(1).tallies, (std::vector<bool>{true, false}));
+}
+
+TEST_F(Commands, SayWhatAirTakes) {
+    bench.Add("10.0.0.1");
+    for (const char* line : {"air", "air yes", "air on off"})
+        EXPECT_EQ(Say(line), "\"air\" takes on or off.") << line;
+    EXPECT_TRUE(bench.At(0).tallies.empty());
+}
+
 TEST_F(Commands, HelpListsWhatThePanelTakes) {
     bench.Add("10.0.0.1", R"(<view><edit titl="Address of the phone" var="a"/><slider titl="Level" var="l"/>
                              <button titl="Connect" command="c"/><button command="cmd_x"/></view>)");
     const Lines lines = commands.Run("HELP").lines;
-    ASSERT_EQ(lines.size(), 8U);
+    ASSERT_EQ(lines.size(), 9U);
     EXPECT_EQ(lines[0], "address TEXT      types into \"Address of the phone\"");
     EXPECT_EQ(lines[1], "level NUMBER      sets \"Level\"");
     EXPECT_EQ(lines[2], "connect           presses \"Connect\"");
     EXPECT_EQ(lines[3], "cmd_x             presses \"cmd_x\"");
     EXPECT_EQ(lines[4].find("source [NUMBER]"), 0U);
-    EXPECT_EQ(lines[7].find("quit "), 0U);
+    EXPECT_EQ(lines[8].find("quit "), 0U);
 }
 
 TEST_F(Commands, QuitEnds) {
@@ -159,14 +177,15 @@ TEST_F(Commands, QuitEnds) {
 TEST_F(Commands, WithoutASourceSaySo) {
     EXPECT_EQ(commands.Draw(), Lines{"There is no source yet."});
     EXPECT_EQ(Say("source"), "There is no source yet.");
+    EXPECT_EQ(Say("air on"), "There is no source yet.");
     EXPECT_EQ(Say("connect"), "There is no command \"connect\"; \"help\" lists them.");
-    EXPECT_EQ(commands.Run("help").lines.size(), 4U);
+    EXPECT_EQ(commands.Run("help").lines.size(), 5U);
 }
 
 TEST_F(Commands, ForASourceWithoutAPanelSaySo) {
     bench.AddWithoutPanel("10.0.0.1");
     EXPECT_EQ(Say("connect"), "There is no command \"connect\"; \"help\" lists them.");
-    EXPECT_EQ(commands.Run("help").lines.size(), 4U);
+    EXPECT_EQ(commands.Run("help").lines.size(), 5U);
 }
 
 }  // namespace

@@ -1,0 +1,75 @@
+#include "webrtc_gstreamer/FeedbackPace.h"
+
+#include <atomic>
+#include <memory>
+#include <string_view>
+
+#include "webrtc_gstreamer/Crossing.h"
+#include "webrtc_gstreamer/GstPointers.h"
+#include "webrtc_gstreamer/SteadyTime.h"
+
+namespace webrtc_gstreamer {
+namespace {
+
+constexpr const char* kKey = "feedback-pace";
+constexpr std::int64_t kLossySpellUs = kLossySpell / GST_USECOND;
+
+// Belongs to the session, whose pads it is called from.
+struct Pace {
+    GstElement* const session;
+    std::atomic<std::int64_t> askedAtUs{0};
+    std::atomic<bool> isLossy{false};
+
+    void Asked() {
+        askedAtUs = SteadyTimeUs();
+        if (!isLossy.exchange(true)) SetInterval(kLossyFeedback);
+    }
+    void Reported() {
+        if (isLossy && SteadyTimeUs() - askedAtUs > kLossySpellUs && isLossy.exchange(false))
+            SetInterval(kCalmFeedback);
+    }
+    void SetInterval(GstClockTime interval) const {
+        g_object_set(session, "rtcp-min-interval", interval, nullptr);
+    }
+};
+
+GstPadProbeReturn OnWish(GstPad*, GstPadProbeInfo* probe, gpointer data) {
+    const GstEvent* event = gst_pad_probe_info_get_event(probe);
+    if (GST_EVENT_TYPE(event) == GST_EVENT_CUSTOM_UPSTREAM &&
+        gst_event_has_name(const_cast<GstEvent*>(event), "GstRTPRetransmissionRequest") != FALSE)
+        static_cast<Pace*>(data)->Asked();
+    return GST_PAD_PROBE_OK;
+}
+
+GstPadProbeReturn OnReport(GstPad*, GstPadProbeInfo*, gpointer data) {
+    static_cast<Pace*>(data)->Reported();
+    return GST_PAD_PROBE_OK;
+}
+
+void OnPad(GstElement*, GstPad* pad, gpointer data) {
+    const TextPointer name(gst_pad_get_name(pad));
+    if (std::string_view(name.get()) == "recv_rtp_src") {
+        gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_EVENT_UPSTREAM, OnWish, data, nullptr);
+    } else if (std::string_view(name.get()) == "send_rtcp_src") {
+        gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_BUFFER, OnReport, data, nullptr);
+    }
+}
+
+}  // namespace
+
+void PaceFeedback(GstElement* session) {
+    auto* const pace = new Pace{session};
+    g_object_set_data_full(G_OBJECT(session), kKey, pace, [](gpointer data) {
+        const Crossing crossing;
+        delete static_cast<Pace*>(data);
+    });
+    pace->SetInterval(kCalmFeedback);
+    g_signal_connect(session, "pad-added", G_CALLBACK(OnPad), pace);
+    GObject* inside = nullptr;
+    g_object_get(session, "internal-session", &inside, nullptr);
+    const ObjectPointer owned(inside);
+    // Otherwise the marks of arrival (transport-wide congestion control) leave with every picture.
+    g_object_set(inside, "twcc-feedback-interval", kCalmFeedback, nullptr);
+}
+
+}  // namespace webrtc_gstreamer
