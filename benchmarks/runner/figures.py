@@ -120,12 +120,17 @@ def median_ratio(numerators: list[float], denominators: list[float]) -> float:
     return statistics.median(above / below for above, below in zip(numerators, denominators))
 
 
-def progress_rate(lines: list[str], streams: int) -> float:
-    """Pictures per second of all streams together, from what halyard says of each of them every second."""
-    said = [float(found.group(1)) for line in lines if (found := re.search(r"([\d.]+) pictures/s", line))]
-    if not said or sum(said) == 0:
+def progress_rates(lines: list[str]) -> list[float]:
+    """New pictures per second of each stream, from what halyard says of it every second."""
+    said: dict[str, list[float]] = {}
+    for line in lines:
+        found = re.search(r" s  (\S+) .* ([\d.]+) pictures/s", line)
+        if found:
+            said.setdefault(found.group(1), []).append(float(found.group(2)))
+    rates = [statistics.mean(rates) for rates in said.values()]
+    if sum(rates) == 0:
         raise ValueError("there was no picture")
-    return statistics.mean(said) * streams
+    return rates
 
 
 def nested(values: dict[str, float]) -> dict:

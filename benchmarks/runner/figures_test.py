@@ -36,13 +36,14 @@ class Progress(unittest.TestCase):
              "3 s  127.0.0.2        live      1280x720    30.0 pictures/s   -19.1 dBFS   32.1 ms  Connected\n",
              "3 s  127.0.0.3        live      1280x720    20.0 pictures/s   -19.1 dBFS   32.1 ms  Connected\n"]
 
-    def test_gives_the_rate_of_all_streams(self) -> None:
-        self.assertEqual(figures.progress_rate(self.LINES, 2), 50.0)
+    def test_gives_the_rate_of_each_stream(self) -> None:
+        later = [line.replace("3 s", "4 s").replace("20.0", "25.0") for line in self.LINES]
+        self.assertEqual(figures.progress_rates(self.LINES + later), [30.0, 22.5])
 
     def test_without_pictures_gives_no_rate(self) -> None:
         for lines in ([], ["4 s  127.0.0.2  waiting   -   0.0 pictures/s\n"]):
             with self.assertRaises(ValueError):
-                figures.progress_rate(lines, 1)
+                figures.progress_rates(lines)
 
 
 class JsonFile(unittest.TestCase):
