@@ -48,7 +48,9 @@ export class ViewerLink {
         } catch (error) {
             // An answer that did not arrive is as good as a connection that failed, unless its offer was followed
             // by another, which is on its way.
-            if (this.peer === peer && error.code !== 'older-offer') this.takeConnectionState('failed');
+            if (this.peer !== peer) return;
+            if (error.code === 'older-offer') this.scheduleRenewal(kOfferPatienceMs);
+            else this.takeConnectionState('failed');
         }
     }
 
@@ -62,9 +64,11 @@ export class ViewerLink {
         if (!this.peer) this.scheduleRenewal(kOfferPatienceMs);
     }
 
-    // The line to the machine is back: what waited for it is asked for now.
+    // The line to the machine is back: what waited for it is asked for now. Says whether anything did.
     retryNow() {
-        if (this.renewalTimer !== null) this.scheduleRenewal(0);
+        if (this.renewalTimer === null) return false;
+        this.scheduleRenewal(0);
+        return true;
     }
 
     // A track in the place of an older one goes out without a word to the host; one of a kind that the answer

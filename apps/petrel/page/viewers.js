@@ -49,8 +49,7 @@ export class Viewers {
         for (const entry of viewers) {
             const link = this.describe(entry);
             link.onAir = entry.onAir === true || (!resumed && this.inheritedTally(link.session));
-            link.expectOffer();
-            link.retryNow();
+            if (!link.retryNow()) link.expectOffer();
         }
     }
 

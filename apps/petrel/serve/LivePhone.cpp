@@ -103,7 +103,7 @@ std::uint64_t LivePhone::Attach(std::shared_ptr<web_server::EventStream> opened,
         // socket that it has.
         log.Clear();
         for (auto& [connection, client] : clients)
-            if (client.joined) SendJoined(client);
+            if (client.joined && !AwaitsOffer(client)) SendJoined(client);
     }
     return ++streamNumber;
 }
@@ -146,7 +146,7 @@ LivePhone::Passed LivePhone::PassCandidate(int viewer, std::optional<int> offer,
 LivePhone::Passed LivePhone::Renew(int viewer) {
     Client* const client = WithNumber(viewer);
     if (client == nullptr) return Passed::NoSuchViewer;
-    SendJoined(*client);
+    if (!AwaitsOffer(*client)) SendJoined(*client);
     return Passed::On;
 }
 
@@ -156,9 +156,15 @@ LivePhone::Client* LivePhone::WithNumber(int viewer) {
     return nullptr;
 }
 
+bool LivePhone::AwaitsOffer(const Client& client) const {
+    return client.askedAt && surroundings.now() - *client.askedAt < kOfferPatience;
+}
+
+// A host takes an answer for one to its latest offer, whichever it belongs to.
 LivePhone::Passed LivePhone::Check(const Client* client, std::optional<int> offer) const {
     if (client == nullptr) return Passed::NoSuchViewer;
-    return offer && *offer != client->viewer.offer ? Passed::OlderOffer : Passed::On;
+    const bool isOlder = AwaitsOffer(*client) || (offer && *offer != client->viewer.offer);
+    return isOlder ? Passed::OlderOffer : Passed::On;
 }
 
 std::vector<Viewer> LivePhone::Viewers() const {
@@ -229,6 +235,7 @@ void LivePhone::Handle(Client& client, const JoinMaster& join) {
 
 // Every "peerJoined" lets the plug-in begin the negotiation anew.
 void LivePhone::SendJoined(Client& client) {
+    client.askedAt = surroundings.now();
     client.connection->Send(PeerJoinedMessage(phone.name, phone.identifier, client.viewer.sessionGuid));
 }
 
@@ -239,6 +246,7 @@ void LivePhone::Handle(Client& client, const MasterMadeOffer& offer) {
     }
     const int viewer = client.viewer.number;
     log.Forget(viewer);  // the page answers the latest offer only
+    client.askedAt.reset();
     ++client.viewer.offer;
     SendEvent("offer", Text({{"viewer", viewer}, {"offer", client.viewer.offer}, {"sdp", offer.sdp}}),
               viewer);

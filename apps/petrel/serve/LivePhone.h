@@ -52,6 +52,8 @@ public:
 
     // How long hosts are kept waiting for a page whose stream is gone.
     static constexpr std::chrono::seconds kGrace{5};
+    // A host that was asked offers at once. One that has not for so long does not, and may be asked again.
+    static constexpr std::chrono::seconds kOfferPatience{3};
 
     // Null with a sentence in `error` when the phone's address cannot be used.
     // `tallies` outlives the phone.
@@ -81,7 +83,8 @@ public:
     Passed PassCandidate(int viewer, std::optional<int> offer, const std::string& candidate,
                          const std::string& mid, int lineIndex);
 
-    // The page's connection to this host failed: the host is asked to offer anew.
+    // The page's connection to this host failed: the host is asked to offer anew, unless its offer is on the
+    // way.
     Passed Renew(int viewer);
 
     void Rename(const std::string& name) { phone.name = name; }  // hosts hear of it when they join
@@ -96,7 +99,8 @@ private:
         Connection connection;
         bool joined = false;
         bool tallyHeard = false;
-        std::string fingerprint;  // of its last offer
+        std::string fingerprint;      // of its last offer
+        std::optional<Time> askedAt;  // for an offer that has not come yet
     };
 
     web_server::WebSocketHandlers Handlers();
@@ -113,6 +117,7 @@ private:
     void Handle(Client& client, const MalformedMessage& message);
 
     Client* WithNumber(int viewer);
+    bool AwaitsOffer(const Client& client) const;
     Passed Check(const Client* client, std::optional<int> offer) const;
     bool IsForMe(const std::string& peersIdentifier) const;
     std::string NameFor(const JoinMaster& join, const std::string& address) const;

@@ -77,8 +77,8 @@ TEST_F(CameraPageChange, APluginThatDiesAndComesBackIsServedAgain) {
 TEST_F(CameraPageChange, TwoHostsWatchOnePhone) {
     ASSERT_NO_FATAL_FAILURE(StartAndWatch());
     const tests::TemporaryDirectory state;
-    e2e::ChildProcess second(HALYARD_PROGRAM, {"--source", kFirstPhone, "--probe", "--quiet", "--report", "-",
-                                               "--state", state.Path()});
+    e2e::ChildProcess second(HALYARD_PROGRAM,
+                             {"--source", kFirstPhone, "--probe", "--report", "-", "--state", state.Path()});
     const auto showsBoth = [this] {
         const std::string text = phone->Latest("state").text;
         return text.find("Halyard, Halyard 2") != std::string::npos;
@@ -86,6 +86,7 @@ TEST_F(CameraPageChange, TwoHostsWatchOnePhone) {
     EXPECT_TRUE(host.RunUntil(showsBoth, 20s)) << phone->Transcript();
     EXPECT_TRUE(PicturesMove());
     EXPECT_TRUE(host.RunUntil([&] { return pictures->Now().distinct > 60; }, 20s));
+    EXPECT_TRUE(second.WaitForOutput(" dBFS", 20s)) << "the second host hears nothing\n" << second.Errors();
 
     // The tally of one is enough, and is only its own.
     host.Host().Sources().SetTally(source->Identifier(), host_runtime::TallyState::Program);

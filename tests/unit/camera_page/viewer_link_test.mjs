@@ -232,14 +232,16 @@ test('an answer that does not arrive is as good as a failed connection', async (
     assert.deepEqual(world.paths(), ['/api/answer', '/api/renew']);
 });
 
-test('an answer to an offer that was followed by another is forgotten', async () => {
+test('after an answer to an older offer the next one is waited for, and asked for when it does not come', async () => {
     const world = setUp();
     world.answer = async () => {
         throw Object.assign(new Error('409'), { code: 'older-offer' });
     };
     await world.link.takeOffer('video', 1);
-    await world.timers.advance(60_000);
+    await world.timers.advance(1999);
     assert.deepEqual(world.paths(), ['/api/answer']);
+    await world.timers.advance(1);
+    assert.deepEqual(world.paths(), ['/api/answer', '/api/renew']);
 });
 
 test('an offer that cannot be read asks for another', async () => {

@@ -27,6 +27,7 @@ class FakeLink {
 
     retryNow() {
         this.calls.push('retry');
+        return this.isWaiting === true;
     }
 
     close() {
@@ -83,6 +84,15 @@ test('the line is back: who is still known stays, who is not goes', () => {
     assert.deepEqual(made[0].calls, ['close']);
     assert.equal(made[1].calls.includes('close'), false);
     assert.equal(made[2].calls.includes('expect'), true);
+});
+
+test('the line is back: who waits for a new try gets it, who waits for an offer goes on waiting', () => {
+    const { viewers, made } = setUp();
+    viewers.take('hello', hello(true, 1, 2));
+    made[0].isWaiting = true;
+    for (const link of made) link.calls = [];
+    viewers.take('hello', hello(true, 1, 2));
+    assert.deepEqual(made.map((link) => link.calls), [['retry'], ['retry', 'expect']]);
 });
 
 test('the tally that changed meanwhile is in the hello', () => {

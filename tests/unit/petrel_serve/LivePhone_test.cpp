@@ -327,6 +327,7 @@ TEST_F(LivePhoneTest, LetsEveryHostOfferAnewForANewTab) {
     const auto second = Dial(kAddress, "GUID-2");
     const auto silent = Dial(kAddress, "");
     Offer(kAddress, first, "v=0\r\n1");
+    Offer(kAddress, second, "v=0\r\n1");
     Say(kAddress, second, Tally(true));
     LosePage(page);
     Offer(kAddress, first, "v=0\r\nfor the old page");
@@ -361,14 +362,53 @@ TEST_F(LivePhoneTest, BeginsAnewWhenTooMuchWasMissed) {
 TEST_F(LivePhoneTest, AsksAHostForANewOfferWhenThePageWantsOne) {
     OpenPage(cookie);
     const auto host = Dial(kAddress);
+    Offer(kAddress, host, "v=0\r\n");
     host->received.clear();
     EXPECT_EQ(Post("/api/renew", {{"viewer", 1}}, cookie)->Status(), 200);
     EXPECT_THAT(host->Actions(), ElementsAre("peerJoined"));
 }
 
+TEST_F(LivePhoneTest, AsksNoHostWhoseOfferIsOnItsWay) {
+    const auto page = OpenPage(cookie, "tab-1");
+    const auto host = Dial(kAddress);
+    LosePage(page);
+    host->received.clear();
+    OpenPage(cookie, "tab-2");
+    Post("/api/renew", {{"viewer", 1}}, cookie);
+    EXPECT_THAT(host->received, IsEmpty()) << "it has just heard of the phone";
+    Advance(3s);
+    Post("/api/renew", {{"viewer", 1}}, cookie);
+    EXPECT_THAT(host->Actions(), ElementsAre("peerJoined")) << "it does not offer";
+}
+
+// A host that has offered anew meanwhile would take it for the answer to that.
+TEST_F(LivePhoneTest, RefusesAnswersWhileANewOfferIsOnItsWay) {
+    OpenPage(cookie);
+    const auto host = Dial(kAddress);
+    Offer(kAddress, host, "v=0\r\n1");
+    Post("/api/renew", {{"viewer", 1}}, cookie);
+    host->received.clear();
+    const json answer = {{"viewer", 1}, {"offer", 1}, {"sdp", kAnswer}};
+    EXPECT_EQ(Post("/api/answer", answer, cookie)->Error(), "older-offer");
+    EXPECT_EQ(Post("/api/answer", {{"viewer", 1}, {"sdp", kAnswer}}, cookie)->Error(), "older-offer");
+    EXPECT_THAT(host->received, IsEmpty());
+    Offer(kAddress, host, "v=0\r\n2");
+    EXPECT_EQ(Post("/api/answer", {{"viewer", 1}, {"offer", 2}, {"sdp", kAnswer}}, cookie)->Status(), 200);
+}
+
+TEST_F(LivePhoneTest, AHostThatDoesNotOfferAnewKeepsItsConnection) {
+    OpenPage(cookie);
+    const auto host = Dial(kAddress);
+    Offer(kAddress, host, "v=0\r\n1");
+    Post("/api/renew", {{"viewer", 1}}, cookie);
+    Advance(3s);
+    EXPECT_EQ(Post("/api/answer", {{"viewer", 1}, {"offer", 1}, {"sdp", kAnswer}}, cookie)->Status(), 200);
+}
+
 TEST_F(LivePhoneTest, IsOpenInOneTabOnlyUnlessAnotherTakesIt) {
     const auto page = OpenPage(cookie, "tab-1");
     const auto host = Dial(kAddress);
+    Offer(kAddress, host, "v=0\r\n");
     const auto refused = Get("/api/events?tab=tab-2", cookie);
     EXPECT_EQ(refused->Status(), 409);
     EXPECT_EQ(refused->Error(), "open-elsewhere");
