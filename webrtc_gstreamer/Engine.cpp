@@ -44,7 +44,8 @@ std::vector<std::string> Start() {
 }  // namespace
 
 bool EnsureEngine() {
-    static const std::vector<std::string> problems = Start();
+    // Never destroyed: the library's threads may ask while a process ends.
+    static const std::vector<std::string>& problems = *new const std::vector<std::string>(Start());
     // Every time: the first time may have been before anybody listened.
     for (const std::string& problem : problems)
         LogErrorOfCaller(problem);

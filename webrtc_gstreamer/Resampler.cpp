@@ -57,7 +57,8 @@ std::vector<Kernel> MakeKernels() {
 }  // namespace
 
 Resampler::Frame Resampler::Interpolate(Window left, Window right, double fraction) {
-    static const std::vector<Kernel> kernels = MakeKernels();
+    // Never destroyed: the library's threads play on while a process ends.
+    static const std::vector<Kernel>& kernels = *new const std::vector<Kernel>(MakeKernels());
     const int phase = std::clamp(static_cast<int>(fraction * kPhases + 0.5), 0, kPhases);
     const Kernel& kernel = kernels[static_cast<std::size_t>(phase)];
     Four lefts{};

@@ -196,6 +196,24 @@ TEST(Resampler, BetweenSamplesFollowsTheSine) {
     EXPECT_LT(worst, 16);  // 60 dB below the tone
 }
 
+// Threads of the library play on while a process ends.
+TEST(ResamplerDeathTest, WorksToTheVeryEndOfTheProcess) {
+    const auto interpolate = [] {
+        Channel ones;
+        ones.fill(1000);
+        if (Resampler::Interpolate(ones, ones, 0.5).left != 1000) std::_Exit(1);
+    };
+    testing::GTEST_FLAG(death_test_style) = "threadsafe";
+    EXPECT_EXIT(
+        {
+            // Runs after the destructors of what is made by the first call.
+            std::atexit(interpolate);
+            interpolate();
+            std::exit(0);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
 TEST(Resampler, FullScaleDoesNotWrapAround) {
     Channel high;
     high.fill(32767);
