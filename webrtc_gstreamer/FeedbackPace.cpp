@@ -1,6 +1,5 @@
 #include "webrtc_gstreamer/FeedbackPace.h"
 
-#include <atomic>
 #include <memory>
 #include <string_view>
 
@@ -12,37 +11,30 @@ namespace webrtc_gstreamer {
 namespace {
 
 constexpr const char* kKey = "feedback-pace";
-constexpr std::int64_t kLossySpellUs = kLossySpell / GST_USECOND;
 
 // Belongs to the session, whose pads it is called from.
 struct Pace {
     GstElement* const session;
-    std::atomic<std::int64_t> askedAtUs{0};
-    std::atomic<bool> isLossy{false};
+    LossySpell spell;
 
-    void Asked() {
-        askedAtUs = SteadyTimeUs();
-        if (!isLossy.exchange(true)) SetInterval(kLossyFeedback);
-    }
-    void Reported() {
-        if (isLossy && SteadyTimeUs() - askedAtUs > kLossySpellUs && isLossy.exchange(false))
-            SetInterval(kCalmFeedback);
-    }
     void SetInterval(GstClockTime interval) const {
         g_object_set(session, "rtcp-min-interval", interval, nullptr);
     }
 };
 
 GstPadProbeReturn OnWish(GstPad*, GstPadProbeInfo* probe, gpointer data) {
+    auto* const pace = static_cast<Pace*>(data);
     const GstEvent* event = gst_pad_probe_info_get_event(probe);
     if (GST_EVENT_TYPE(event) == GST_EVENT_CUSTOM_UPSTREAM &&
-        gst_event_has_name(const_cast<GstEvent*>(event), "GstRTPRetransmissionRequest") != FALSE)
-        static_cast<Pace*>(data)->Asked();
+        gst_event_has_name(const_cast<GstEvent*>(event), "GstRTPRetransmissionRequest") != FALSE &&
+        pace->spell.Asked(SteadyTimeUs()))
+        pace->SetInterval(kLossyFeedback);
     return GST_PAD_PROBE_OK;
 }
 
 GstPadProbeReturn OnReport(GstPad*, GstPadProbeInfo*, gpointer data) {
-    static_cast<Pace*>(data)->Reported();
+    auto* const pace = static_cast<Pace*>(data);
+    if (pace->spell.Reported(SteadyTimeUs())) pace->SetInterval(kCalmFeedback);
     return GST_PAD_PROBE_OK;
 }
 
@@ -58,7 +50,7 @@ void OnPad(GstElement*, GstPad* pad, gpointer data) {
 }  // namespace
 
 void PaceFeedback(GstElement* session) {
-    auto* const pace = new Pace{session};
+    auto* const pace = new Pace{session, {}};
     g_object_set_data_full(G_OBJECT(session), kKey, pace, [](gpointer data) {
         const Crossing crossing;
         delete static_cast<Pace*>(data);

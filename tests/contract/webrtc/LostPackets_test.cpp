@@ -67,43 +67,5 @@ TEST_P(LostPackets, ThePhoneIsAskedForTheEndOfAPictureBeforeTheNextOneComes) {
 
 INSTANTIATE_TEST_SUITE_P(Codecs, LostPackets, testing::Values("H264", "VP8"));
 
-// Of reports at the phone.
-class Reports : public testing::Test {
-protected:
-    static constexpr int kCounted = 20;
-
-    Reports() {
-        call.phone.onReport = [this] {
-            if (--remaining == 0) happened.Add("enough");
-        };
-        call.Connect();
-    }
-    ~Reports() override { call.phone.Vanish(); }
-
-    // How long so many take from now on.
-    std::chrono::duration<double> TimeOfReports() {
-        const auto begin = Clock::now();
-        const std::size_t before = happened.Count("enough");
-        remaining = kCounted;
-        EXPECT_TRUE(happened.WaitUntil([before](const Entries& all) { return all.size() > before; }));
-        return Clock::now() - begin;
-    }
-
-    Record happened;
-    std::atomic<int> remaining{0};
-    Call call;
-};
-
-TEST_F(Reports, AreRareWhileNothingIsLostAndHurryAfterALoss) {
-    ASSERT_TRUE(call.WaitForPictures(30));
-    // A machine that stood still has asked for packets that were only late: that passes.
-    auto calm = TimeOfReports();
-    for (int more = 0; more < 5 && calm < std::chrono::milliseconds(1500); ++more)
-        calm = TimeOfReports();
-    EXPECT_GE(calm, std::chrono::milliseconds(1500)) << "every 100 ms at most";
-    call.phone.LosePacket(Media::Picture);
-    EXPECT_LT(TimeOfReports(), calm * 0.75) << "every 30 ms";
-}
-
 }  // namespace
 }  // namespace contract

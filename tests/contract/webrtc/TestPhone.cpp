@@ -217,7 +217,6 @@ void TestPhone::OnElementAdded(GstBin*, GstBin*, GstElement* element, gpointer d
     GObject* session = nullptr;
     g_object_get(element, "internal-session", &session, nullptr);
     g_signal_connect(session, "on-feedback-rtcp", G_CALLBACK(OnFeedback), data);
-    g_signal_connect(session, "on-receiving-rtcp", G_CALLBACK(OnReport), data);
     g_object_unref(session);
 }
 
@@ -242,12 +241,6 @@ void TestPhone::OnFeedback(GObject*, guint type, guint kind, guint, guint stream
         }
     }
     gst_buffer_unmap(numbers, &map);
-}
-
-void TestPhone::OnReport(GObject*, GstBuffer*, gpointer data) {
-    const Crossing crossing;
-    const auto* self = static_cast<TestPhone*>(data);
-    if (self->onReport) self->onReport();
 }
 
 GstPadProbeReturn TestPhone::OnRequest(GstPad*, GstPadProbeInfo* info, gpointer data) {

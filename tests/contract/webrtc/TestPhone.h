@@ -38,8 +38,6 @@ public:
     // A packet was lost as it was told to be, or the other side asks for one.
     std::function<void(Media media, std::uint16_t number)> onPacketLost;
     std::function<void(Media media, std::uint16_t number)> onPacketRequest;
-    // A report of what was received came from the other side.
-    std::function<void()> onReport;
 
     explicit TestPhone(Options phoneOptions) : options(std::move(phoneOptions)) {}
     ~TestPhone() { Vanish(); }
@@ -80,7 +78,6 @@ private:
     static void OnElementAdded(GstBin* bin, GstBin* inside, GstElement* element, gpointer self);
     static void OnFeedback(GObject* session, guint type, guint kind, guint sender, guint stream,
                            GstBuffer* numbers, gpointer self);
-    static void OnReport(GObject* session, GstBuffer* report, gpointer self);
     static GstPadProbeReturn OnRequest(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     void SetRemote(const std::string& sdp, bool isOffer);
     static void OnMade(GstPromise* promise, gpointer data);
