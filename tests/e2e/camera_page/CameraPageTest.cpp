@@ -1,5 +1,7 @@
 #include "tests/e2e/camera_page/CameraPageTest.h"
 
+#include <regex>
+
 #include "tests/e2e/browser/CameraPattern.h"
 
 namespace camera_page {
@@ -96,6 +98,11 @@ bool CameraPageTest::ShowsSentence(const std::string& sentence, int tab, std::ch
 
 bool CameraPageTest::Done(std::size_t commands, std::chrono::seconds limit) {
     return host.RunUntil([&] { return phone->Count("done") >= commands; }, limit);
+}
+
+bool CameraPageTest::TellsALevel(const std::string& lines) {
+    static const std::regex level("[0-9] dBFS");
+    return std::regex_search(lines, level);
 }
 
 std::string CameraPageTest::Troubles(const CameraPhone& from) {

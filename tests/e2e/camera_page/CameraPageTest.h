@@ -45,6 +45,8 @@ protected:
     bool Done(std::size_t commands, std::chrono::seconds limit = 20s);
     std::string Logs() const { return phone->Transcript() + gate->Log(); }
 
+    // Do halyard's lines say that it hears something? Silence has no level.
+    static bool TellsALevel(const std::string& lines);
     // Everything that the pages did that they should not.
     static std::string Troubles(const CameraPhone& from);
 

@@ -37,6 +37,7 @@ TEST_F(CameraPageOneCommand, APhoneThatScansItsCodeIsLiveAndIsToldThatItIsOnAir)
         StartPhone({page + "#pair=" + code, folder / "camera.y4m", folder / "microphone.wav", "", "", ""});
     ASSERT_TRUE(phone->WaitForState("live", kLaunchLimit)) << Said();
     EXPECT_TRUE(halyard->WaitForOutput(" live      ", kMediaLimit)) << Said();
+    EXPECT_TRUE(halyard->WaitUntilOutput(TellsALevel, kMediaLimit)) << Said();
     halyard->Write("air on\n");
     EXPECT_TRUE(PageShows("air")) << Said();
     halyard->Write("air off\nquit\n");
