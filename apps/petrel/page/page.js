@@ -103,6 +103,7 @@ class Page {
         });
         this.link = new ServerLink({
             fetch: boundFetch,
+            api: this.api,
             timers: browserTimers,
             tab,
             onEvent: (name, data) => this.takeEvent(name, data),
@@ -114,7 +115,7 @@ class Page {
     makeViewerLink(viewer) {
         return new ViewerLink({
             viewer,
-            api: this.api,
+            api: this.link,
             timers: browserTimers,
             media: {
                 ready: () => this.camera.ready(),
@@ -327,7 +328,7 @@ class Page {
         browserTimers.set(kReportPeriodMs, async () => {
             const state = await this.report.make();
             this.codec = state.codec;
-            if (this.link.state === 'open') await this.api.post('/api/state', state).catch(() => {});
+            if (this.link.state === 'open') await this.link.post('/api/state', state).catch(() => {});
             this.scheduleReport();
         });
     }

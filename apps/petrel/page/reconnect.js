@@ -6,6 +6,8 @@ const kDelaysMs = [500, 1000, 2000, 3000];
 export const kSilenceLimitMs = 25_000;
 // After the screen was locked or the network changed: a line that missed one sign of life is not waited for.
 export const kDoubtfulSilenceMs = 12_000;
+// What the machine says at once may be lost on the air, and sent again a few times.
+export const kEchoLimitMs = 2000;
 export const kConnectLimitMs = 10_000;
 
 // The pause after so many failures in a row; it never grows beyond 3 s, since nobody touches the page.

@@ -2,7 +2,7 @@
 import { readRefusal } from './api.js';
 import { EventStreamReader } from './event_stream.js';
 import { endsTrying } from './problems.js';
-import { kConnectLimitMs, kDoubtfulSilenceMs, kSilenceLimitMs, retryDelayMs } from './reconnect.js';
+import { kConnectLimitMs, kDoubtfulSilenceMs, kEchoLimitMs, kSilenceLimitMs, retryDelayMs } from './reconnect.js';
 
 // Larger than any number of an event: the machine takes a page that has heard nothing for a new one, and every
 // host offers anew.
@@ -11,8 +11,9 @@ const kNoEventYet = '18446744073709551615';
 export class ServerLink {
     // `onEvent(name, object)` hears each event of the machine; `onState()` that `state` ("closed",
     // "connecting", "open") or `problem` changed.
-    constructor({ fetch, timers, tab, onEvent, onState }) {
+    constructor({ fetch, api, timers, tab, onEvent, onState }) {
         this.fetch = fetch;
+        this.api = api;
         this.timers = timers;
         this.tab = tab;
         this.onEvent = onEvent;
@@ -53,6 +54,25 @@ export class ServerLink {
         if (!isSurelyLost && silence < kDoubtfulSilenceMs) return;
         this.end();
         this.begin();
+    }
+
+    // A paired phone's request. The machine shows each on the line as well: one that stays silent after the answer
+    // is dead, though nobody noticed its end (the phone has another address by now), and is made anew.
+    async post(path, body) {
+        const attempt = this.attempt;
+        const sentMs = this.timers.now();
+        const answer = await this.api.post(path, body);
+        const isOpen = this.state === 'open' && this.attempt === attempt;
+        if (isOpen && attempt.lastSignMs < sentMs) this.expectEcho(attempt);
+        return answer;
+    }
+
+    expectEcho(attempt) {
+        this.timers.clear(attempt.timer);
+        attempt.timer = this.timers.set(kEchoLimitMs, () => {
+            this.end();
+            this.begin();
+        });
     }
 
     begin() {

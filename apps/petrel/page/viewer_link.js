@@ -7,7 +7,7 @@ import { preferredCodecs, shapeAudio, shapeVideo } from './sending.js';
 const kOfferPatienceMs = 2000;
 
 export class ViewerLink {
-    // `media` gives what is sent: ready() is a promise, track(kind) a track or null, shape() what the pictures
+    // `api` posts requests. `media` gives what is sent: ready() is a promise, track(kind) a track or null, shape() what the pictures
     // are like. `makePeer()` makes an RTCPeerConnection, `codecs()` lists what the browser can send.
     constructor({ viewer, api, timers, media, makePeer, codecs, onChange }) {
         Object.assign(this, { viewer, api, timers, media, makePeer, codecs, onChange });
@@ -46,8 +46,8 @@ export class ViewerLink {
             await this.api.post('/api/answer', { viewer: this.viewer, offer: number, sdp: peer.localDescription.sdp });
             outbox.open();
         } catch (error) {
-            // An answer that did not arrive is as good as a connection that failed, unless its offer was followed
-            // by another, which is on its way.
+            // An answer that did not arrive is as good as a connection that failed. One whose offer was followed by
+            // another waits for that, and asks for it when it does not come.
             if (this.peer !== peer) return;
             if (error.code === 'older-offer') this.scheduleRenewal(kOfferPatienceMs);
             else this.takeConnectionState('failed');

@@ -138,10 +138,11 @@ HttpAnswer Hub::AnswerForPhone(const HttpRequest& request, const PairedPhone& ph
                          path == "/api/renew";
     if (!isKnown) return NotFound();
     if (request.method != "POST") return WrongMethod("POST");
+    const auto found = live.find(phone.identifier);
+    if (found != live.end()) found->second->ShowLife();
     if (path == "/api/name") return Rename(request, phone);
     if (path == "/api/forget") return Forget(phone);
     if (path == "/api/state") return TakeState(request, phone);
-    const auto found = live.find(phone.identifier);
     if (found == live.end()) return Refused(404, "no-such-viewer", "Nobody is watching this phone.");
     if (path == "/api/answer") return TakeAnswer(request, *found->second);
     if (path == "/api/renew") return Renew(request, *found->second);

@@ -115,6 +115,10 @@ void LivePhone::OnStreamEnd(std::uint64_t number) {
     spdlog::info("{}: \"{}\" has lost its page", phone.address, phone.name);
 }
 
+void LivePhone::ShowLife() {
+    if (stream != nullptr) stream->Send(":\n\n");
+}
+
 void LivePhone::Dismiss(const char* event) {
     if (stream == nullptr) return;
     stream->Send(EventText(event, "{}"));

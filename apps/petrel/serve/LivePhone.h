@@ -74,6 +74,9 @@ public:
     std::uint64_t Attach(std::shared_ptr<web_server::EventStream> opened, const std::string& openedTab,
                          std::optional<std::uint64_t> lastEvent);
     void OnStreamEnd(std::uint64_t number);
+    // A word without meaning on the stream. Each request of the page leads to one: a stream that stays silent
+    // after it is dead, though no end of it was noticed.
+    void ShowLife();
     // The last event of the stream, which ends: "taken", "revoked", "closing".
     void Dismiss(const char* event);
 

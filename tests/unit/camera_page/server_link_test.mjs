@@ -46,14 +46,21 @@ function setUp() {
     const timers = new VirtualTimers();
     const heard = [];
     const states = [];
+    const posts = [];
     const link = new ServerLink({
         fetch: (...parameters) => machine.fetch(...parameters),
+        api: {
+            post: (path, body) =>
+                new Promise((answer, fail) => {
+                    posts.push({ path, body, answer, fail });
+                }),
+        },
         timers,
         tab: 'tab-1',
         onEvent: (name, data) => heard.push([name, data]),
         onState: () => states.push([link.state, link.problem]),
     });
-    return { machine, timers, heard, states, link };
+    return { machine, timers, heard, states, posts, link };
 }
 
 const kHello = 'event: hello\ndata: {"viewers":[]}\n\n';
@@ -277,4 +284,85 @@ test('what an older line still says is not heard', async () => {
     }
     await world.timers.settle();
     assert.equal(world.heard.length, heard);
+});
+
+test('a request is passed on, and so is its answer', async () => {
+    const world = setUp();
+    await opened(world);
+    const answer = world.link.post('/api/state', { battery: 1 });
+    assert.deepEqual([world.posts[0].path, world.posts[0].body], ['/api/state', { battery: 1 }]);
+    world.posts[0].answer({ fine: true });
+    assert.deepEqual(await answer, { fine: true });
+    const refused = world.link.post('/api/renew', {});
+    world.posts[1].fail(new Error('refused'));
+    await assert.rejects(refused, /refused/);
+});
+
+test('a line that is silent for 2 s after an answer is dead, and made anew at once', async () => {
+    const world = setUp();
+    await opened(world);
+    world.machine.last.say('id: 17\nevent: tally\ndata: {"viewer":1,"onAir":true}\n\n');
+    await world.timers.advance(5000);
+    world.link.post('/api/state', {});
+    world.posts[0].answer({});
+    await world.timers.advance(1999);
+    assert.equal(world.machine.requests.length, 1);
+    await world.timers.advance(1);
+    assert.equal(world.machine.requests[0].isAborted, true);
+    assert.equal(world.machine.requests.length, 2);
+    assert.equal(world.machine.last.url, '/api/events?tab=tab-1&last=17', 'it goes on where the dead one was');
+    assert.deepEqual([world.link.state, world.link.problem], ['connecting', null]);
+    await world.timers.advance(9999);
+    assert.equal(world.machine.requests.length, 2, 'one at a time');
+});
+
+for (const isEarly of [true, false]) {
+    test(`a line that speaks ${isEarly ? 'before' : 'after'} the answer to a request lives`, async () => {
+        const world = setUp();
+        await opened(world);
+        await world.timers.advance(5000);
+        world.link.post('/api/state', {});
+        if (isEarly) world.machine.last.say(':\n\n');
+        await world.timers.advance(100);
+        world.posts[0].answer({});
+        await world.timers.advance(1000);
+        if (!isEarly) world.machine.last.say(':\n\n');
+        await world.timers.advance(23_000);
+        assert.equal(world.machine.requests.length, 1);
+        assert.equal(world.link.state, 'open');
+    });
+}
+
+test('a request that is not answered says nothing of the line', async () => {
+    const world = setUp();
+    await opened(world);
+    world.link.post('/api/state', {}).catch(() => {});
+    await world.timers.advance(10_000);
+    world.posts[0].fail(new Error('too late'));
+    await world.timers.advance(10_000);
+    assert.equal(world.machine.requests.length, 1);
+});
+
+test('a line that is only being made is given its time', async () => {
+    const world = setUp();
+    await opened(world);
+    world.machine.last.close();
+    await world.timers.advance(500);
+    assert.equal(world.machine.requests.length, 2);
+    world.link.post('/api/state', {});
+    world.posts[0].answer({});
+    await world.timers.advance(9000);
+    assert.equal(world.machine.requests.length, 2);
+    assert.equal(world.machine.last.isAborted, false);
+});
+
+test('the answer to a request of before a new line does not count against it', async () => {
+    const world = setUp();
+    await opened(world);
+    await world.timers.advance(5000);
+    world.link.post('/api/state', {});
+    await opened(world);
+    world.posts[0].answer({});
+    await world.timers.advance(20_000);
+    assert.equal(world.machine.requests.length, 2);
 });

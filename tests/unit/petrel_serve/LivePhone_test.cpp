@@ -321,6 +321,18 @@ TEST_F(LivePhoneTest, RepeatsWhatWasSentIntoADeadStream) {
     EXPECT_TRUE(IsListening(kAddress));
 }
 
+TEST_F(LivePhoneTest, EveryRequestOfThePageShowsOnItsStream) {
+    const auto page = OpenPage(cookie);
+    for (const char* const path : {"/api/state", "/api/renew", "/api/candidates", "/api/name"}) {
+        const std::string before = page->sent;
+        Post(path, json::object(), cookie);
+        EXPECT_EQ(page->sent, before + ":\n\n") << path;
+    }
+    const std::string before = page->sent;
+    Post("/api/state", json::object(), Pair("Another"));
+    EXPECT_EQ(page->sent, before);
+}
+
 TEST_F(LivePhoneTest, LetsEveryHostOfferAnewForANewTab) {
     const auto page = OpenPage(cookie, "tab-1");
     const auto first = Dial(kAddress, "GUID-1");
