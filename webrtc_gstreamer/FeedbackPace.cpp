@@ -1,6 +1,5 @@
 #include "webrtc_gstreamer/FeedbackPace.h"
 
-#include <memory>
 #include <string_view>
 
 #include "webrtc_gstreamer/Crossing.h"
@@ -23,6 +22,7 @@ struct Pace {
 };
 
 GstPadProbeReturn OnWish(GstPad*, GstPadProbeInfo* probe, gpointer data) {
+    const Crossing crossing;
     auto* const pace = static_cast<Pace*>(data);
     const GstEvent* event = gst_pad_probe_info_get_event(probe);
     if (GST_EVENT_TYPE(event) == GST_EVENT_CUSTOM_UPSTREAM &&
@@ -33,12 +33,14 @@ GstPadProbeReturn OnWish(GstPad*, GstPadProbeInfo* probe, gpointer data) {
 }
 
 GstPadProbeReturn OnReport(GstPad*, GstPadProbeInfo*, gpointer data) {
+    const Crossing crossing;
     auto* const pace = static_cast<Pace*>(data);
     if (pace->spell.Reported(SteadyTimeUs())) pace->SetInterval(kCalmFeedback);
     return GST_PAD_PROBE_OK;
 }
 
 void OnPad(GstElement*, GstPad* pad, gpointer data) {
+    const Crossing crossing;
     const TextPointer name(gst_pad_get_name(pad));
     if (std::string_view(name.get()) == "recv_rtp_src") {
         gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_EVENT_UPSTREAM, OnWish, data, nullptr);
@@ -50,6 +52,7 @@ void OnPad(GstElement*, GstPad* pad, gpointer data) {
 }  // namespace
 
 void PaceFeedback(GstElement* session) {
+    const Crossing crossing;
     auto* const pace = new Pace{session, {}};
     g_object_set_data_full(G_OBJECT(session), kKey, pace, [](gpointer data) {
         const Crossing crossing;

@@ -2,8 +2,7 @@
 
 import json
 
-from kit import link
-from kit.program import wait_until
+from kit import ear, link
 
 
 class Chromium:
@@ -18,7 +17,7 @@ class Chromium:
         return self._wait_for_answer(10)
 
     def wait_for_pictures(self, within: float) -> bool:
-        return bool(wait_until(lambda: self.counts()["framesDecoded"] > 0, within, every=0.2))
+        return bool(ear.ask_until(lambda: self.counts()["framesDecoded"] > 0, within, every=0.2))
 
     def _wait_for_answer(self, within: float) -> dict:
         answer = self.program.next_line(within)

@@ -11,8 +11,10 @@ _MODIFIED = 0x2  # inotify(7)
 
 _system = ctypes.CDLL(None, use_errno=True)
 _files = _system.inotify_init1(os.O_NONBLOCK | os.O_CLOEXEC)
+_ends = selectors.DefaultSelector()
 _events = selectors.DefaultSelector()
 _events.register(_files, selectors.EVENT_READ)
+_events.register(_ends.fileno(), selectors.EVENT_READ)
 
 
 def listen_to(file: pathlib.Path) -> None:
@@ -21,7 +23,7 @@ def listen_to(file: pathlib.Path) -> None:
 
 
 def watch_end_of(process: subprocess.Popen) -> None:
-    _events.register(os.pidfd_open(process.pid), selectors.EVENT_READ)
+    _ends.register(os.pidfd_open(process.pid), selectors.EVENT_READ)
 
 
 def wait_until(condition, within: float):
@@ -33,6 +35,20 @@ def wait_until(condition, within: float):
             if key.fd == _files:
                 os.read(_files, 65536)
             else:
-                _events.unregister(key.fd)
-                os.close(key.fd)
+                _hear_ends(0)
     return answer
+
+
+def ask_until(condition, within: float, every: float = 0.02):
+    """The same for what nobody tells of, such as the kernel's counts: asked again every so many seconds, and at once
+    when a program has ended."""
+    deadline = time.monotonic() + within
+    while not (answer := condition()) and (left := deadline - time.monotonic()) > 0:
+        _hear_ends(min(every, left))
+    return answer
+
+
+def _hear_ends(within: float) -> None:
+    for key, _ in _ends.select(within):
+        _ends.unregister(key.fd)
+        os.close(key.fd)

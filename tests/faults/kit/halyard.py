@@ -3,7 +3,7 @@
 import json
 import math
 
-from kit.program import wait_until
+from kit import ear
 
 # Eight times as often as the phone takes pictures: two that come close together after a repair are both seen, and what
 # a pull adds to the latency is at most 4 ms.
@@ -37,7 +37,7 @@ class Halyard:
 
     def first_picture_after(self, from_us: int, within: float) -> int | None:
         """The moment of it, or None when there was none in time."""
-        wait_until(lambda: self.pictures(from_us) or not self.program.running(), within)
+        ear.ask_until(lambda: self.pictures(from_us) or not self.program.running(), within)
         pictures = self.pictures(from_us)
         return pictures[0].at_us if pictures else None
 

@@ -4,7 +4,6 @@ import os
 import pathlib
 import signal
 import subprocess
-import time
 
 from kit import confinement, ear
 
@@ -102,14 +101,3 @@ class Program:
                 if line.startswith(key + ":"):
                     return int(line.split()[1])
         return 0
-
-
-def wait_until(condition, within: float, every: float = 0.02):
-    """What `condition` returned once it was true; its last answer when the time is up. For what nobody tells of, such
-    as the kernel's counts: what a program says, and its end, are waited for with the ear."""
-    deadline = time.monotonic() + within
-    while True:
-        answer = condition()
-        if answer or time.monotonic() >= deadline:
-            return answer
-        time.sleep(every)

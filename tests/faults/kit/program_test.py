@@ -58,6 +58,15 @@ class Programs(unittest.TestCase):
         # Before, after the end that nobody had fetched, and when the time is up.
         self.assertLessEqual(len(asked), 3)
 
+    def test_an_end_is_not_waited_out_by_who_asks_now_and_then(self) -> None:
+        program = self.start("exit 0")
+        self.assertTrue(ear.ask_until(lambda: not program.running(), PATIENCE, every=PATIENCE))
+
+    def test_what_nobody_tells_is_asked_again(self) -> None:
+        asked = []
+        ear.ask_until(lambda: asked.append(1) or len(asked) == 3, PATIENCE, every=0.001)
+        self.assertEqual(len(asked), 3)
+
 
 if __name__ == "__main__":
     unittest.main()

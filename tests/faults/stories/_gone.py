@@ -3,7 +3,6 @@
 from kit import ear, phone
 from kit.halyard import Halyard
 from kit.link import PHONE, Link
-from kit.program import wait_until
 
 TARGETS = ("halyard", "petrel", "kestrel", "faults_link")
 SILENT_WITHIN_MS = 1000
@@ -53,5 +52,5 @@ def check_back(result, scene: Scene, back_us: int, link_us: int, link_limit_s: f
         after = (picture_us - opened_us) / 1000 if picture_us and opened_us else None
         result.at_most("pictureAfterSignallingMs", after, opening_limit_ms)
     sound = scene.halyard.moments("sound", back_us) or (
-        wait_until(lambda: scene.halyard.moments("sound", back_us), 5))
+        ear.ask_until(lambda: scene.halyard.moments("sound", back_us), 5))
     result.equals("soundBack", bool(sound), True)

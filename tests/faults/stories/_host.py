@@ -3,7 +3,6 @@
 import json
 
 from kit import ear
-from kit.program import wait_until
 
 TARGETS = ("faults_host", "kestrel", "petrel")
 
@@ -29,10 +28,10 @@ class Host:
     def wait_for_pictures(self, address: str, count: int = 1, within: float = 20) -> bool:
         """So many more than there are now."""
         wanted = self.pictures(address) + count
-        return bool(wait_until(lambda: self.pictures(address) >= wanted, within))
+        return bool(ear.ask_until(lambda: self.pictures(address) >= wanted, within))
 
     def first_picture(self, address: str, within: float = 20) -> bool:
-        return bool(wait_until(lambda: self.pictures(address) > 0, within))
+        return bool(ear.ask_until(lambda: self.pictures(address) > 0, within))
 
 
 def phone(context, name: str, namespace, address: str, *arguments: str):
@@ -66,5 +65,5 @@ def settled(program, limit: Resources, within: float = 30) -> Resources:
         latest.append(Resources(program))
         return latest[-1].threads <= limit.threads and latest[-1].descriptors <= limit.descriptors
     latest: list[Resources] = []
-    wait_until(now, within, every=0.1)
+    ear.ask_until(now, within, every=0.1)
     return latest[-1]

@@ -1,6 +1,6 @@
 """A phone is connected, shows a picture and is disconnected, again and again, in one process of the host."""
 
-from kit.program import wait_until
+from kit import ear
 from kit.result import Result
 from stories._host import SMALL, TARGETS as HOST_TARGETS, Host, Resources, phone, settled
 
@@ -56,7 +56,7 @@ def _resting(host) -> Resources:
         seen.append((now.threads, now.descriptors))
         return len(seen) > 5 and len(set(seen[-6:])) == 1
 
-    wait_until(still, within=30, every=0.2)
+    ear.ask_until(still, within=30, every=0.2)
     resources = Resources(host.program)
     host.obey("trim")
     resources.trimmed_kb = host.program.resident_kb()

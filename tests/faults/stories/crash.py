@@ -7,7 +7,6 @@ import subprocess
 import time
 
 from kit import ear
-from kit.program import wait_until
 from kit.result import Result
 from stories._host import phone
 
@@ -42,7 +41,7 @@ class _Stores:
     def play(self, kills: int) -> None:
         loaded = changed = 0
         first = self._host("begin", "--source", ADDRESSES[0], "--source", ADDRESSES[1], "--source", ADDRESSES[2])
-        wait_until(lambda: len(self._stored()) == 3, within=20)
+        ear.ask_until(lambda: len(self._stored()) == 3, within=20)
         first.end(within=20)
         before = self._stored()
         if len(before) != 3:
@@ -106,7 +105,7 @@ class _Recordings:
                 self.context.bin / "halyard", "--state", self.context.directory / "recording-state", "--source", PHONE,
                 "--record", takes, "--quiet"], self.inside)
             file = takes / f"{PHONE}.mkv"
-            wait_until(lambda: file.exists() or not host.running(), within=20, every=0.005)
+            ear.ask_until(lambda: file.exists() or not host.running(), within=20, every=0.005)
             begin = time.monotonic()
             ear.wait_until(lambda: not host.running(), within=self.dice.uniform(0.05, 5.0))
             recorded = time.monotonic() - begin

@@ -3,7 +3,7 @@
 import random
 import threading
 
-from kit.program import wait_until
+from kit import ear
 from kit.result import Result
 from stories import _garbage, _sockets as sockets
 from stories._host import SMALL, TARGETS as HOST_TARGETS, Host, Resources, phone, settled
@@ -94,7 +94,7 @@ def _visit(host, ports, count: int) -> None:
         before = [port.played for port in ports]
         for address in BAD:
             host.obey(f"add {address}")
-        wait_until(lambda: all(port.played > old for port, old in zip(ports, before)), within=10, every=0.002)
+        ear.ask_until(lambda: all(port.played > old for port, old in zip(ports, before)), within=10, every=0.002)
         for address in BAD:
             host.obey(f"remove {address}")
 

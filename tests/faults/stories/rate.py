@@ -1,5 +1,5 @@
 from kit.halyard import Measured
-from kit.program import wait_until
+from kit import ear
 from kit.result import Result
 from stories import _gone
 
@@ -28,7 +28,7 @@ def run(context):
     wide_us = context.now_us()
     scene.link.set("rate 0")
     context.spend(1)
-    back = wait_until(lambda: is_back(context, scene.halyard), BACK_WITHIN_S + 15, every=0.1)
+    back = ear.ask_until(lambda: is_back(context, scene.halyard), BACK_WITHIN_S + 15, every=0.1)
     settled_us = context.now_us()
     context.spend(5)
     ended_us = context.now_us()

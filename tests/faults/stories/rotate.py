@@ -1,10 +1,9 @@
 import json
 import subprocess
 
-from kit import phone
+from kit import ear, phone
 from kit.halyard import Halyard, Measured
 from kit.link import PHONE, Link
-from kit.program import wait_until
 from kit.result import Result
 
 TITLE = "the phone is turned again and again: width and height change places in mid-stream"
@@ -39,8 +38,8 @@ def run(context):
         result.fails("no picture at first")
         return result
     wanted = max(2, round(context.length(30, 10) / SECONDS_BETWEEN_TURNS))
-    wait_until(lambda: len(changes(halyard.pictures())) >= wanted or not halyard.program.running(),
-               within=(wanted + 3) * SECONDS_BETWEEN_TURNS)
+    ear.ask_until(lambda: len(changes(halyard.pictures())) >= wanted or not halyard.program.running(),
+                  within=(wanted + 3) * SECONDS_BETWEEN_TURNS)
     context.spend(1)  # of the last size
     ended_us = context.now_us()
     pictures = halyard.pictures(first_us, ended_us)

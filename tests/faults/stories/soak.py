@@ -3,7 +3,7 @@
 import json
 import time
 
-from kit.program import wait_until
+from kit import ear
 from kit.result import Result
 
 TITLE = "8 phones for 30 minutes, or --seconds N: memory rises 0.5 MB per 10 minutes at most, no stall over 200 ms"
@@ -30,7 +30,7 @@ def run(context) -> Result:
         words += ["--source", f"127.0.1.{1 + number}"]
     host = context.start("halyard", words, inside)
     watch = _Timeline(context.directory / "timeline")
-    if not wait_until(lambda: watch.read() >= PHONES or not host.running(), within=60) or not host.running():
+    if not ear.ask_until(lambda: watch.read() >= PHONES or not host.running(), within=60) or not host.running():
         result.fails(f"only {watch.read()} of {PHONES} phones show a picture: {host.complained()[-300:]}")
         return result
     warm_up = min(WARM_UP_SECONDS, seconds / 4)
@@ -41,7 +41,7 @@ def run(context) -> Result:
         watch.read()
         if now >= warm_up:
             samples.append((now, host.resident_kb() / 1024))
-        time.sleep(1)
+        context.spend(1)
     end_us = context.now_us()
     lasted = time.monotonic() - begin
     code = host.end(within=30)

@@ -1,9 +1,9 @@
 """A peer that abuses the WebSocket: towards the host as a misbehaving phone, and towards a phone as a misbehaving host."""
 
+import select
 import threading
 import time
 
-from kit.program import wait_until
 from kit.result import Result
 from stories import _sockets as sockets
 from stories._host import SMALL, TARGETS as HOST_TARGETS, Host, Resources, phone, settled
@@ -24,7 +24,7 @@ class Abuse:
 
     def __init__(self, name: str, play) -> None:
         self.name = name
-        self.play = play
+        self.play = play  # what is sent, and for how many seconds nothing follows it
         self.seconds: float | None = None  # until it was thrown out
         self.sent = 0
 
@@ -32,54 +32,63 @@ class Abuse:
         begin = time.monotonic()
         connection.settimeout(2)
         try:
-            for piece in self.play(mask, most_mb):
+            for piece, rest in self.play(mask, most_mb):
                 connection.sendall(piece)
                 self.sent += len(piece)
-            # All was said; a reset or an end comes now, if it has not come yet.
-            connection.settimeout(60)
-            while connection.recv(65536):
-                pass
+                if rest and self._is_ended(connection, rest):
+                    break
+            else:
+                # All was said; a reset or an end comes now, if it has not come yet.
+                connection.settimeout(60)
+                while connection.recv(65536):
+                    pass
         except TimeoutError:
             return  # still connected
         except OSError:
             pass
         self.seconds = time.monotonic() - begin
 
+    @staticmethod
+    def _is_ended(connection, within: float) -> bool:
+        """Whether the other side ends the connection in this time; what it says meanwhile does not matter."""
+        deadline = time.monotonic() + within
+        while (left := deadline - time.monotonic()) > 0:
+            if select.select([connection], [], [], left)[0] and not connection.recv(65536):
+                return True
+        return False
+
 
 def _big_message(mask, most_mb):
-    yield sockets.frame(sockets.TEXT, b"", mask=mask, promise=most_mb * MEGABYTE)
+    yield sockets.frame(sockets.TEXT, b"", mask=mask, promise=most_mb * MEGABYTE), 0
     for _ in range(most_mb):
-        yield b"x" * MEGABYTE
+        yield b"x" * MEGABYTE, 0
 
 
 def _big_fragments(mask, most_mb):
-    yield sockets.frame(sockets.TEXT, b"x" * 1000, False, mask)
+    yield sockets.frame(sockets.TEXT, b"x" * 1000, False, mask), 0
     piece = sockets.frame(0, b"x" * 1000, False, mask) * 1000
     for _ in range(most_mb):
-        yield piece
+        yield piece, 0
 
 
 def _empty_fragments(mask, most_mb):
-    yield sockets.frame(sockets.TEXT, b"", False, mask)
+    yield sockets.frame(sockets.TEXT, b"", False, mask), 0
     piece = sockets.frame(0, b"", False, mask) * 100
     while True:
-        yield piece
-        time.sleep(0.01)
+        yield piece, 0.01
 
 
 def _tiny_fragments(mask, most_mb):
-    yield sockets.frame(sockets.TEXT, b"x", False, mask)
+    yield sockets.frame(sockets.TEXT, b"x", False, mask), 0
     piece = sockets.frame(0, b"x", False, mask)
     while True:
-        yield piece
-        time.sleep(0.05)
+        yield piece, 0.05
 
 
 def _byte_per_second(mask, most_mb):
-    yield sockets.frame(sockets.TEXT, b"", mask=mask, promise=1000)
+    yield sockets.frame(sockets.TEXT, b"", mask=mask, promise=1000), 0
     while True:
-        yield b"x"
-        time.sleep(1)
+        yield b"x", 1
 
 
 HASTY = (("bigMessage", _big_message), ("bigFragments", _big_fragments))
