@@ -1,7 +1,8 @@
 // Requests to the machine.
 import { refusalProblem } from './problems.js';
 
-const kAnswerLimitMs = 10_000;
+// The machine is near, and answers at once.
+const kAnswerLimitMs = 5000;
 
 // The machine answered, and said no.
 export class Refusal extends Error {

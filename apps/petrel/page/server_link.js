@@ -1,5 +1,5 @@
 // The line from the machine: its events, and never giving up.
-import { readRefusal } from './api.js';
+import { readRefusal, Refusal } from './api.js';
 import { EventStreamReader } from './event_stream.js';
 import { endsTrying } from './problems.js';
 import { kConnectLimitMs, kDoubtfulSilenceMs, kEchoLimitMs, kSilenceLimitMs, retryDelayMs } from './reconnect.js';
@@ -45,34 +45,39 @@ export class ServerLink {
     // that has been silent for too long is not trusted. `isSurelyLost`: the network is another one.
     wake({ isSurelyLost = false } = {}) {
         if (this.retryTimer !== null) {
-            this.end();
-            this.begin();
+            this.makeAnew();
             return;
         }
         if (!this.attempt) return;
         const silence = this.timers.now() - this.attempt.lastSignMs;
-        if (!isSurelyLost && silence < kDoubtfulSilenceMs) return;
-        this.end();
-        this.begin();
+        if (isSurelyLost || silence >= kDoubtfulSilenceMs) this.makeAnew();
     }
 
     // A paired phone's request. The machine shows each on the line as well: one that stays silent after the answer
-    // is dead, though nobody noticed its end (the phone has another address by now), and is made anew.
+    // is dead, though nobody noticed its end (the phone has another address by now), and is made anew. So is one
+    // that was as silent as the machine.
     async post(path, body) {
         const attempt = this.attempt;
         const sentMs = this.timers.now();
-        const answer = await this.api.post(path, body);
-        const isOpen = this.state === 'open' && this.attempt === attempt;
-        if (isOpen && attempt.lastSignMs < sentMs) this.expectEcho(attempt);
-        return answer;
+        const isDoubtful = () => this.state === 'open' && this.attempt === attempt && attempt.lastSignMs < sentMs;
+        try {
+            const answer = await this.api.post(path, body);
+            if (isDoubtful()) this.expectEcho(attempt);
+            return answer;
+        } catch (error) {
+            if (isDoubtful() && !(error instanceof Refusal)) this.makeAnew();
+            throw error;
+        }
     }
 
     expectEcho(attempt) {
         this.timers.clear(attempt.timer);
-        attempt.timer = this.timers.set(kEchoLimitMs, () => {
-            this.end();
-            this.begin();
-        });
+        attempt.timer = this.timers.set(kEchoLimitMs, () => this.makeAnew());
+    }
+
+    makeAnew() {
+        this.end();
+        this.begin();
     }
 
     begin() {

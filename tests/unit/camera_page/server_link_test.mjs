@@ -1,6 +1,7 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 
+import { Refusal } from '../../../apps/petrel/page/api.js';
 import { ServerLink } from '../../../apps/petrel/page/server_link.js';
 import { VirtualTimers } from './virtual_timers.mjs';
 
@@ -333,12 +334,42 @@ for (const isEarly of [true, false]) {
     });
 }
 
-test('a request that is not answered says nothing of the line', async () => {
+test('a line that is as silent as the machine is made anew', async () => {
     const world = setUp();
     await opened(world);
-    world.link.post('/api/state', {}).catch(() => {});
-    await world.timers.advance(10_000);
+    await world.timers.advance(5000);
+    const requests = [world.link.post('/api/state', {}), world.link.post('/api/renew', {})];
+    await world.timers.advance(5000);
+    for (const [index, request] of requests.entries()) {
+        world.posts[index].fail(new Error('too late'));
+        await assert.rejects(request, /too late/);
+    }
+    await world.timers.settle();
+    assert.equal(world.machine.requests[0].isAborted, true);
+    assert.equal(world.machine.requests.length, 2, 'once');
+});
+
+test('a line that speaks while a request is lost lives', async () => {
+    const world = setUp();
+    await opened(world);
+    await world.timers.advance(5000);
+    const request = world.link.post('/api/state', {});
+    await world.timers.advance(100);
+    world.machine.last.say(':\n\n');
+    await world.timers.advance(4900);
     world.posts[0].fail(new Error('too late'));
+    await assert.rejects(request);
+    await world.timers.settle();
+    assert.equal(world.machine.requests.length, 1);
+});
+
+test('a refusal is an answer', async () => {
+    const world = setUp();
+    await opened(world);
+    await world.timers.advance(5000);
+    const request = world.link.post('/api/renew', {});
+    world.posts[0].fail(new Refusal(404, 'no-such-viewer', null));
+    await assert.rejects(request);
     await world.timers.advance(10_000);
     assert.equal(world.machine.requests.length, 1);
 });
