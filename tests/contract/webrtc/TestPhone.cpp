@@ -216,8 +216,14 @@ void TestPhone::OnElementAdded(GstBin*, GstBin*, GstElement* element, gpointer d
     if (factory == nullptr || g_strcmp0(GST_OBJECT_NAME(factory), "rtpsession") != 0) return;
     GObject* session = nullptr;
     g_object_get(element, "internal-session", &session, nullptr);
+    g_signal_connect(session, "on-receiving-rtcp", G_CALLBACK(OnReport), data);
     g_signal_connect(session, "on-feedback-rtcp", G_CALLBACK(OnFeedback), data);
     g_object_unref(session);
+}
+
+void TestPhone::OnReport(GObject*, GstBuffer*, gpointer data) {
+    const Crossing crossing;
+    ++static_cast<TestPhone*>(data)->reportsHeard;
 }
 
 void TestPhone::OnFeedback(GObject*, guint type, guint kind, guint, guint stream, GstBuffer* numbers,

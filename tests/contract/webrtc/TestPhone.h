@@ -50,6 +50,7 @@ public:
     void TakeAnswer(const std::string& answer);
     void AddCandidate(unsigned int lineIndex, const std::string& candidate);
     int PicturesSent() const { return picturesSent; }
+    int ReportsHeard() const { return reportsHeard; }  // packets of RTCP, of all streams
     // Camera or microphone deliver nothing, although everything else goes on.
     void Freeze(Media media, Until until);
     void Thaw();
@@ -76,6 +77,7 @@ private:
     static GstPadProbeReturn OnPicturePacket(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn OnSoundPacket(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static void OnElementAdded(GstBin* bin, GstBin* inside, GstElement* element, gpointer self);
+    static void OnReport(GObject* session, GstBuffer* report, gpointer self);
     static void OnFeedback(GObject* session, guint type, guint kind, guint sender, guint stream,
                            GstBuffer* numbers, gpointer self);
     static GstPadProbeReturn OnRequest(GstPad* pad, GstPadProbeInfo* info, gpointer self);
@@ -89,6 +91,7 @@ private:
     std::string offeredTransport;
     bool offers = false;
     std::atomic<int> picturesSent{0};
+    std::atomic<int> reportsHeard{0};
     std::atomic<bool> pictureFrozen{false};
     std::atomic<bool> soundFrozen{false};
     std::atomic<bool> losesKeyFrames{false};
