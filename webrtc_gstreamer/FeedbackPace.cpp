@@ -21,6 +21,11 @@ struct Pace {
     }
 };
 
+void Delete(gpointer data) {
+    const Crossing crossing;
+    delete static_cast<Pace*>(data);
+}
+
 GstPadProbeReturn OnWish(GstPad*, GstPadProbeInfo* probe, gpointer data) {
     const Crossing crossing;
     auto* const pace = static_cast<Pace*>(data);
@@ -54,10 +59,7 @@ void OnPad(GstElement*, GstPad* pad, gpointer data) {
 void PaceFeedback(GstElement* session) {
     const Crossing crossing;
     auto* const pace = new Pace{session, {}};
-    g_object_set_data_full(G_OBJECT(session), kKey, pace, [](gpointer data) {
-        const Crossing crossing;
-        delete static_cast<Pace*>(data);
-    });
+    g_object_set_data_full(G_OBJECT(session), kKey, pace, Delete);
     pace->SetInterval(kCalmFeedback);
     g_signal_connect(session, "pad-added", G_CALLBACK(OnPad), pace);
     GObject* inside = nullptr;

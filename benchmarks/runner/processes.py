@@ -1,6 +1,8 @@
 """Programs that are started, watched and measured. None outlives this one."""
 
+import contextlib
 import ctypes
+import functools
 import json
 import os
 import pathlib
@@ -19,18 +21,20 @@ class Failed(Exception):
     """A program did not do what it was started for."""
 
 
-def _die_with_parent() -> None:
-    _libc.prctl(_PR_SET_PDEATHSIG, signal.SIGKILL)
+def _begin(niceness: int) -> None:
+    _libc.prctl(_PR_SET_PDEATHSIG, signal.SIGKILL)  # with its parent
+    with contextlib.suppress(PermissionError):
+        os.nice(niceness)
 
 
 class Child:
-    """A program in a process group of its own, spoken to in lines."""
+    """A program in a process group of its own, spoken to in lines. It has a niceness below zero where it may."""
 
-    def __init__(self, command: list, **environment: str) -> None:
+    def __init__(self, command: list, niceness: int = 0, **environment: str) -> None:
         self.name = pathlib.Path(str(command[0])).name
         self.process = subprocess.Popen([str(word) for word in command], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                                         stderr=subprocess.PIPE, text=True, start_new_session=True,
-                                        preexec_fn=_die_with_parent, env=os.environ | environment)
+                                        preexec_fn=functools.partial(_begin, niceness), env=os.environ | environment)
         _running.append(self)
         self.pid = self.process.pid
         self.lines: queue.Queue = queue.Queue()  # None at the end of each of its two streams

@@ -17,6 +17,7 @@ PROGRAMME_RATE = 60  # twice the phone's, so that no picture is missed for the p
 SIZE = "1920x1080"
 SETTLE_SECONDS = 2.0  # after the first pictures: key frames are through, pools are filled
 START_LIMIT = 60.0
+SENDER_NICENESS = -10
 LONGEST_IDLE_SECONDS = 10.0
 FRESH_PROCESSES = 5
 WARM_ACTIVATIONS = 5
@@ -57,9 +58,10 @@ def running(*command, **environment):
 
 @contextlib.contextmanager
 def phones(programs: Programs, addresses: list[str]):
-    """One process that encodes once for all of its phones."""
+    """One process that encodes once for all of its phones. It stands for phones, which have processors of their own:
+    where it may, it goes before whoever receives, whose load would else become the sender's lost pictures."""
     with running(programs.program("petrel"), "simulate", "--listen", addresses[0], "--phones", len(addresses),
-                 "--size", SIZE, "--fps", RATE, "--codec", "h264") as sender:
+                 "--size", SIZE, "--fps", RATE, "--codec", "h264", niceness=SENDER_NICENESS) as sender:
         for address in addresses:
             sender.wait_for_line(lambda line, name=address: f"{name}: listening" in line, START_LIMIT)
         yield sender
