@@ -1,11 +1,14 @@
 #include "webrtc_gstreamer/SharedPictures.h"
 
+#include "webrtc_gstreamer/Crossing.h"
+
 namespace webrtc_gstreamer {
 namespace {
 
 // The default mapping but for the claim: memory of the system is the same, mapped for reading or for writing.
 gboolean MapWithoutClaim(GstVideoMeta* meta, guint plane, GstMapInfo* map, gpointer* data, gint* stride,
                          GstMapFlags) {
+    const Crossing crossing;
     guint index = 0;
     guint length = 0;
     gsize skip = 0;
@@ -25,6 +28,7 @@ gboolean Unmap(GstVideoMeta* meta, guint, GstMapInfo* map) {
 
 GstFlowReturn AllocateBuffer(GstBufferPool* pool, GstBuffer** buffer,
                              GstBufferPoolAcquireParams* parameters) {
+    const Crossing crossing;
     const auto* parent = static_cast<GstBufferPoolClass*>(g_type_class_peek(GST_TYPE_VIDEO_BUFFER_POOL));
     const GstFlowReturn flow = parent->alloc_buffer(pool, buffer, parameters);
     GstVideoMeta* meta = flow == GST_FLOW_OK ? gst_buffer_get_video_meta(*buffer) : nullptr;
