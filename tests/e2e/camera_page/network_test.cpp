@@ -14,8 +14,9 @@ constexpr auto kMovedLimit = 10s;
 constexpr std::int64_t kUnderWayUs = 1'000'000;
 constexpr int kMeasuredSeconds = 9;
 // All of them live. How many more there are is a matter of the machine, on which eight browsers encode in
-// software: 29.6 or more of 30 were measured on two cores, 11.9 or more at times when these were slow.
-constexpr double kEnoughPicturesPerSecond = 5;
+// software: 29.6 or more of 30 were measured on two cores, 11.9 or more at times when these were slow, and 5
+// when eight further streams and an endless loop ran on them.
+constexpr double kEnoughPicturesPerSecond = 2;
 
 // In every second of a while, how many different pictures of each phone the host pulled.
 std::vector<std::vector<double>> PicturesInEachSecond(
