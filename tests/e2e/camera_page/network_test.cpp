@@ -8,8 +8,8 @@ namespace {
 
 // From a network that is back to a picture that is.
 constexpr auto kBackLimit = 15s;
-// From another address to a picture: 4 s are usual; up to 10 s pass until the page knows that its stream is dead,
-// when the browser does not notice the change.
+// From another address to a picture: 4 s are usual; up to 10 s pass until the page knows that its stream is
+// dead, when the browser does not notice the change.
 constexpr auto kMovedLimit = 15s;
 // What comes so soon after it may have been sent before.
 constexpr std::int64_t kUnderWayUs = 1'000'000;
