@@ -26,7 +26,6 @@ using boost::system::error_code;
 namespace {
 
 constexpr unsigned char kTlsHandshakeRecord = 0x16;  // RFC 8446 section 5.1
-constexpr std::string_view kKeepAlive = ":\n\n";
 
 class TlsConnection final : public HttpsConnection, public AnsweringConnection, public TlsPeer {
 public:
@@ -316,7 +315,7 @@ private:
         if (ending) return;
         After(options.keepAlivePeriod, [this] {
             if (ending) return;
-            if (queue.Front() == nullptr) queue.Push(std::string(kKeepAlive));
+            if (queue.Front() == nullptr) queue.Push(std::string(kEventStreamComment));
             Flush();
             KeepAlive();
         });

@@ -8,10 +8,14 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "web_server/HttpTypes.h"
 
 namespace web_server {
+
+// In a text/event-stream: no event, but a sign of life (HTML standard, section 9.2.6).
+inline constexpr std::string_view kEventStreamComment = ":\n\n";
 
 // An answer that goes on (text/event-stream). Kept alive by whoever holds it; sends after the end are
 // dropped.

@@ -62,17 +62,12 @@ export class ServerLink {
         const isDoubtful = () => this.state === 'open' && this.attempt === attempt && attempt.lastSignMs < sentMs;
         try {
             const answer = await this.api.post(path, body);
-            if (isDoubtful()) this.expectEcho(attempt);
+            if (isDoubtful()) this.watch(attempt, kEchoLimitMs, () => this.makeAnew());
             return answer;
         } catch (error) {
             if (isDoubtful() && !(error instanceof Refusal)) this.makeAnew();
             throw error;
         }
-    }
-
-    expectEcho(attempt) {
-        this.timers.clear(attempt.timer);
-        attempt.timer = this.timers.set(kEchoLimitMs, () => this.makeAnew());
     }
 
     makeAnew() {
@@ -168,9 +163,9 @@ export class ServerLink {
     }
 
     // A line without a sign of life is given up.
-    watch(attempt, limitMs) {
+    watch(attempt, limitMs, giveUp = () => attempt.controller.abort()) {
         if (attempt.timer !== null) this.timers.clear(attempt.timer);
-        attempt.timer = this.timers.set(limitMs, () => attempt.controller.abort());
+        attempt.timer = this.timers.set(limitMs, giveUp);
     }
 
     end() {

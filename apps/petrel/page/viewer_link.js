@@ -7,8 +7,8 @@ import { preferredCodecs, shapeAudio, shapeVideo } from './sending.js';
 const kOfferPatienceMs = 2000;
 
 export class ViewerLink {
-    // `api` posts requests. `media` gives what is sent: ready() is a promise, track(kind) a track or null, shape() what the pictures
-    // are like. `makePeer()` makes an RTCPeerConnection, `codecs()` lists what the browser can send.
+    // `api` posts requests. `media` gives what is sent: ready() is a promise, track(kind) a track or null, shape()
+    // what the pictures are like. `makePeer()` makes an RTCPeerConnection, `codecs()` lists what the browser can send.
     constructor({ viewer, api, timers, media, makePeer, codecs, onChange }) {
         Object.assign(this, { viewer, api, timers, media, makePeer, codecs, onChange });
         this.name = '';

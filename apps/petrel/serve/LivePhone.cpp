@@ -116,7 +116,7 @@ void LivePhone::OnStreamEnd(std::uint64_t number) {
 }
 
 void LivePhone::ShowLife() {
-    if (stream != nullptr) stream->Send(":\n\n");
+    if (stream != nullptr) stream->Send(std::string(web_server::kEventStreamComment));
 }
 
 void LivePhone::Dismiss(const char* event) {

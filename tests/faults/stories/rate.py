@@ -1,5 +1,5 @@
-from kit.halyard import Measured
 from kit import ear
+from kit.halyard import Measured
 from kit.result import Result
 from stories import _gone
 
