@@ -62,7 +62,10 @@ export class ServerLink {
         const isDoubtful = () => this.state === 'open' && this.attempt === attempt && attempt.lastSignMs < sentMs;
         try {
             const answer = await this.api.post(path, body);
-            if (isDoubtful()) this.watch(attempt, kEchoLimitMs, () => this.makeAnew());
+            if (isDoubtful() && !attempt.awaitsEcho) {
+                attempt.awaitsEcho = true;
+                this.watch(attempt, kEchoLimitMs, () => this.makeAnew());
+            }
             return answer;
         } catch (error) {
             if (isDoubtful() && !(error instanceof Refusal)) this.makeAnew();
@@ -76,7 +79,12 @@ export class ServerLink {
     }
 
     begin() {
-        const attempt = { controller: new AbortController(), timer: null, lastSignMs: this.timers.now() };
+        const attempt = {
+            controller: new AbortController(),
+            timer: null,
+            lastSignMs: this.timers.now(),
+            awaitsEcho: false,
+        };
         this.attempt = attempt;
         this.watch(attempt, kConnectLimitMs);
         this.tell('connecting', this.problem);
@@ -119,6 +127,7 @@ export class ServerLink {
             const { done, value } = await reader.read();
             if (done || this.attempt !== attempt) return;
             attempt.lastSignMs = this.timers.now();
+            attempt.awaitsEcho = false;
             this.watch(attempt, kSilenceLimitMs);
             events.feed(decoder.decode(value, { stream: true }));
         }

@@ -334,6 +334,19 @@ for (const isEarly of [true, false]) {
     });
 }
 
+test('further requests give a silent line no more time', async () => {
+    const world = setUp();
+    await opened(world);
+    for (const [index, pause] of [5000, 1000, 900].entries()) {
+        await world.timers.advance(pause);
+        world.link.post('/api/candidates', {});
+        world.posts[index].answer({});
+        await world.timers.settle();
+    }
+    await world.timers.advance(100);
+    assert.equal(world.machine.requests.length, 2);
+});
+
 test('a line that is as silent as the machine is made anew', async () => {
     const world = setUp();
     await opened(world);
