@@ -31,7 +31,7 @@ void Retransmitter::AttachTo(GstPad* packets) {
 }
 
 void Retransmitter::Allow(GstElement* encryption) {
-    g_object_set(encryption, "allow-repeat-tx", TRUE, nullptr);
+    g_object_set(encryption, "allow-repeat-tx", TRUE, "replay-window-size", kReplayWindow, nullptr);
 }
 
 void Retransmitter::Keep(GstBuffer* packet) {

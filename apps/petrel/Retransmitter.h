@@ -18,7 +18,7 @@ public:
     // Where packets of any streams leave towards the RTP session, behind everything that would swallow a
     // client's wish; lives as long as that pad does.
     static void AttachTo(GstPad* packets);
-    // Lets the encryption of a connection take a packet for the second time.
+    // Lets the encryption of a connection take a packet for the second time, however old it is.
     static void Allow(GstElement* encryption);
 
     // [any-thread] A packet that is being sent.
@@ -35,6 +35,9 @@ private:
     };
     // More than a second of a fast stream, and less than half of all sequence numbers.
     static constexpr std::size_t kKeptPackets = 2048;
+    // How far back the encryption knows what it has seen (RFC 3711, section 3.3.2). A packet from before that
+    // is an error, which would end the stream; others may be sent while one is looked up.
+    static constexpr unsigned int kReplayWindow = 2 * kKeptPackets;
 
     support::Mutex mutex;
     using Stream = std::array<Kept, kKeptPackets>;              // by sequence number modulo its size

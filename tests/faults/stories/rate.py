@@ -7,8 +7,8 @@ TITLE = "the link gives 1 Mbit/s for a while, less than half of what the phone s
 SHORT = False
 TARGETS = _gone.TARGETS
 # The simulated phone goes on sending what the link cannot carry, as no real one would, and crowds out the signalling
-# too: what is promised is that everything is as before as soon as after an outage.
-BACK_WITHIN_S = 15
+# too: what is promised is that everything is as before soon after it ended.
+BACK_WITHIN_S = 5
 WHOLE_SECOND_US = 1_000_000
 
 

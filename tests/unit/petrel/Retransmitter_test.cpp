@@ -23,7 +23,7 @@ GstHandle<GstBuffer> Packet(std::uint16_t number, std::uint32_t ssrc = kStream) 
 // A payloader's output and what stands behind it.
 class Sending {
 public:
-    Sending() {
+    explicit Sending(GstElement* encryption = nullptr) {
         gst_pad_set_chain_function(network.get(), [](GstPad* pad, GstObject*, GstBuffer* packet) {
             static_cast<Sending*>(gst_pad_get_element_private(pad))->arrived.emplace_back(packet);
             return GST_FLOW_OK;
@@ -31,8 +31,19 @@ public:
         gst_pad_set_element_private(network.get(), this);
         gst_pad_set_active(network.get(), TRUE);
         gst_pad_set_active(output.get(), TRUE);
-        gst_pad_link(output.get(), network.get());
+        if (encryption == nullptr) {
+            gst_pad_link(output.get(), network.get());
+        } else {
+            const GstHandle<GstPad> plain(gst_element_request_pad_simple(encryption, "rtp_sink_0"));
+            const GstHandle<GstPad> coded(gst_element_get_static_pad(encryption, "rtp_src_0"));
+            gst_pad_link(output.get(), plain.get());
+            gst_pad_link(coded.get(), network.get());
+            gst_element_set_state(encryption, GST_STATE_PLAYING);
+        }
         gst_pad_push_event(output.get(), gst_event_new_stream_start("stream"));
+        const GstHandle<GstCaps> caps(
+            gst_caps_from_string("application/x-rtp,payload=96,ssrc=(uint)0x12345678"));
+        gst_pad_push_event(output.get(), gst_event_new_caps(caps.get()));
         GstSegment segment;
         gst_segment_init(&segment, GST_FORMAT_TIME);
         gst_pad_push_event(output.get(), gst_event_new_segment(&segment));
@@ -82,6 +93,35 @@ TEST_F(RetransmitterTest, SendsALostPacketAgainAtOnce) {
     EXPECT_EQ(sending.arrived[3].get(), sending.arrived[1].get()) << "the very packet";
     sending.Lose(9);
     EXPECT_EQ(sending.arrived.size(), 4U) << "was never sent";
+}
+
+// The encryption of a connection, with a key of its own.
+GstHandle<GstElement> Encryption() {
+    GstHandle<GstElement> encryption(
+        GST_ELEMENT(gst_object_ref_sink(gst_element_factory_make("srtpenc", nullptr))));
+    constexpr gsize kKeyBytes = 30;  // RFC 3711: a key of 16 bytes and a salt of 14
+    const GstHandle<GstBuffer> key(gst_buffer_new_allocate(nullptr, kKeyBytes, nullptr));
+    gst_buffer_memset(key.get(), 0, 7, kKeyBytes);
+    g_object_set(encryption.get(), "key", key.get(), nullptr);
+    return encryption;
+}
+
+TEST_F(RetransmitterTest, EncryptsOnceMoreWhateverIsKept) {
+    constexpr unsigned int kSent = 3000;
+    constexpr unsigned int kOldestKept = kSent - 2048;
+    const GstHandle<GstElement> encryption = Encryption();
+    Retransmitter::Allow(encryption.get());
+    Sending sending(encryption.get());
+    Retransmitter::AttachTo(sending.output.get());
+
+    for (unsigned int number = 0; number < kSent; ++number)
+        ASSERT_EQ(gst_pad_push(sending.output.get(), Packet(static_cast<std::uint16_t>(number)).release()),
+                  GST_FLOW_OK);
+    ASSERT_EQ(sending.arrived.size(), kSent);
+    sending.Lose(kOldestKept);
+    EXPECT_EQ(sending.arrived.size(), kSent + 1);
+    EXPECT_EQ(gst_pad_push(sending.output.get(), Packet(kSent).release()), GST_FLOW_OK);
+    gst_element_set_state(encryption.get(), GST_STATE_NULL);
 }
 
 }  // namespace
