@@ -54,12 +54,13 @@ const std::vector<std::uint16_t>& LossRepair::Due(std::int64_t nowUs) {
         silenceAsked = true;
         silentPicture = true;
     }
-    // An answer has to be here in time.
-    std::erase_if(missing, [this, nowUs](const Missing& one) {
-        return one.dueUs <= nowUs && nowUs + RoundTripUs() >= one.sinceUs + kBudgetUs;
-    });
+    GiveUp(nowUs);
     for (Missing& one : missing) {
         if (one.dueUs > nowUs) continue;
+        if (MayNotAsk()) {
+            one.dueUs = one.sinceUs + kBudgetUs;
+            continue;
+        }
         if (one.asked++ == 0) one.firstAskedUs = nowUs;
         one.dueUs = nowUs + std::max(kAskAgainUs, RoundTripUs() + ToleranceUs());
         due.push_back(static_cast<std::uint16_t>(one.number));
@@ -71,6 +72,20 @@ std::int64_t LossRepair::ToleranceUs() const {
     const std::int64_t longestUs = std::max(lateness.now.value_or(0), lateness.before.value_or(0));
     return std::clamp(static_cast<std::int64_t>(static_cast<double>(longestUs) * kToleranceOfLateness),
                       kShortestToleranceUs, kLongestToleranceUs);
+}
+
+// An answer has to be here in time.
+void LossRepair::GiveUp(std::int64_t nowUs) {
+    std::erase_if(missing, [this, nowUs](const Missing& one) {
+        if (one.dueUs > nowUs || nowUs + RoundTripUs() < one.sinceUs + kBudgetUs) return false;
+        if (one.asked > 0) inVain = std::min(inVain + 1, kMostInVain);
+        return true;
+    });
+}
+
+bool LossRepair::MayNotAsk() const {
+    return inVain >= kMostInVain &&
+           std::any_of(missing.begin(), missing.end(), [](const Missing& one) { return one.asked > 0; });
 }
 
 void LossRepair::Restart(std::uint16_t number, std::int64_t nowUs) {
@@ -88,6 +103,7 @@ void LossRepair::TakeLate(const Missing& late, std::int64_t nowUs) {
         NoteLateness(nowUs - late.sinceUs);
         return;
     }
+    inVain = 0;
     const std::int64_t tripUs = nowUs - late.firstAskedUs;
     roundTrip.now = std::min(roundTrip.now.value_or(tripUs), tripUs);
     answered[nextAnswered++ % answered.size()] = {late.number, nowUs - late.sinceUs, late.asked, 1};

@@ -33,6 +33,10 @@ public:
     // More at once are an outage, after which only a key picture helps.
     static constexpr std::size_t kMostMissing = 128;
 
+    // So many packets one after the other that were asked for and not here in time: the answers come too
+    // late, and only fill the link. One at a time is asked for then, once, until one comes in time.
+    static constexpr int kMostInVain = 32;
+
     LossRepair();
 
     // A packet, maybe not for the first time; `endsPicture` when it is the last of its picture.
@@ -67,6 +71,8 @@ private:
         std::optional<std::int64_t> before;
     };
 
+    void GiveUp(std::int64_t nowUs);
+    bool MayNotAsk() const;
     void Restart(std::uint16_t number, std::int64_t nowUs);
     void TakeLate(const Missing& late, std::int64_t nowUs);
     void TakeCopy(std::int64_t number);
@@ -89,6 +95,7 @@ private:
     std::int64_t silenceUs = kShortestSilenceUs;
 
     std::vector<Missing> missing;
+    int inVain = 0;
     std::array<Answered, 64> answered{};
     std::size_t nextAnswered = 0;
     Remembered lateness;   // the greatest

@@ -45,6 +45,16 @@ protected:
         return moments;
     }
 
+    // Loses so many packets behind `number`, the last that came: each is asked for, and none comes in time.
+    void AskInVain(int& number) {
+        for (int lost = 0; lost < LossRepair::kMostInVain; ++lost) {
+            number += 2;
+            Come({number});
+            ASSERT_EQ(AskedAfter(kToleranceUs), Numbers{static_cast<std::uint16_t>(number - 1)});
+            ASSERT_TRUE(AskedAfter(LossRepair::kBudgetUs).empty());
+        }
+    }
+
     std::int64_t nowUs = 50'000'000;
     LossRepair repair;
 };
@@ -222,6 +232,28 @@ TEST_F(LossRepairTest, ASenderWhoCountsAnewIsFollowed) {
     EXPECT_EQ(AskedAfter(kToleranceUs), Numbers{8});
 }
 
+TEST_F(LossRepairTest, WhereNoAnswerComesInTimeOnePacketIsAskedForAtATimeAndOnce) {
+    int number = 10;
+    Come({number});
+    AskInVain(number);
+    Come({number + 4});
+    EXPECT_EQ(Requests(number + 1, 200 * kMs), std::vector<std::int64_t>{kToleranceUs});
+    Come({number + 6});
+    EXPECT_EQ(AskedAfter(kToleranceUs), Numbers{static_cast<std::uint16_t>(number + 5)})
+        << "the next one after the other's time";
+}
+
+TEST_F(LossRepairTest, TheFirstAnswerInTimeEndsThat) {
+    int number = 10;
+    Come({number});
+    AskInVain(number);
+    Come({number + 2});
+    ASSERT_EQ(AskedAfter(kToleranceUs).size(), 1U);
+    Come({number + 1});
+    Come({number + 5});
+    EXPECT_EQ(AskedAfter(kToleranceUs).size(), 2U);
+}
+
 // Thirty pictures of ten packets in a second, over a link with a seeded fate for every packet. The sender
 // answers every request.
 class Link {
@@ -231,30 +263,34 @@ public:
         std::int64_t delayUs = 2000;
         std::int64_t jitterUs = 0;
         double doubled = 0;
+        // What a packet takes of a narrow link; it waits for others, or is lost behind half a second of them.
+        std::int64_t packetUs = 0;
     };
     explicit Link(Nature ofLink) : nature(ofLink) {}
 
     void Play(std::int64_t seconds) {
         for (std::int64_t picture = 0; picture < seconds * 30; ++picture) {
             for (int packet = 0; packet < kPackets; ++packet)
-                Send(static_cast<std::uint16_t>(picture * kPackets + packet),
-                     picture * 1'000'000 / 30 + packet * 100);
+                leaving.emplace(picture * 1'000'000 / 30 + packet * 100,
+                                static_cast<std::uint16_t>(picture * kPackets + packet));
         }
-        while (!underWay.empty()) {
-            const std::int64_t arrivalUs = underWay.begin()->first;
-            if (const auto dueUs = repair.NextDueUs(); dueUs && *dueUs < arrivalUs) {
-                nowUs = std::max(nowUs, *dueUs);
-                for (const std::uint16_t number : repair.Due(nowUs)) {
-                    ++requests;
-                    if (!Happens(nature.loss)) Send(number, nowUs + Delay());
-                }
+        while (!leaving.empty() || !underWay.empty()) {
+            const bool leavesNext =
+                underWay.empty() || (!leaving.empty() && leaving.begin()->first <= underWay.begin()->first);
+            Packets& from = leavesNext ? leaving : underWay;
+            const auto [atUs, number] = *from.begin();
+            if (const auto dueUs = repair.NextDueUs(); dueUs && *dueUs < atUs) {
+                Ask(*dueUs);
                 continue;
             }
-            const std::uint16_t number = underWay.begin()->second;
-            underWay.erase(underWay.begin());
-            nowUs = std::max(nowUs, arrivalUs);
-            arrivals.emplace(number, nowUs);
-            repair.Arrived(number, number % kPackets == kPackets - 1, nowUs);
+            from.erase(from.begin());
+            nowUs = std::max(nowUs, atUs);
+            if (leavesNext) {
+                Send(number);
+            } else {
+                arrivals.emplace(number, nowUs);
+                repair.Arrived(number, number % kPackets == kPackets - 1, nowUs);
+            }
         }
     }
 
@@ -274,9 +310,22 @@ public:
 private:
     static constexpr int kPackets = 10;
 
-    void Send(std::uint16_t number, std::int64_t atUs) {
-        if (Happens(nature.doubled)) underWay.emplace(atUs + Delay(), number);
-        if (!Happens(nature.loss)) underWay.emplace(atUs + Delay(), number);
+    using Packets = std::multimap<std::int64_t, std::uint16_t>;
+
+    void Ask(std::int64_t dueUs) {
+        nowUs = std::max(nowUs, dueUs);
+        for (const std::uint16_t number : repair.Due(nowUs)) {
+            ++requests;
+            if (!Happens(nature.loss)) leaving.emplace(nowUs + Delay(), number);
+        }
+    }
+    void Send(std::uint16_t number) {
+        constexpr std::int64_t kQueueUs = 500'000;
+        const std::int64_t freeUs = std::max(nowUs, busyUntilUs);
+        if (freeUs > nowUs + kQueueUs) return;
+        busyUntilUs = freeUs + nature.packetUs;
+        if (Happens(nature.doubled)) underWay.emplace(busyUntilUs + Delay(), number);
+        if (!Happens(nature.loss)) underWay.emplace(busyUntilUs + Delay(), number);
     }
     bool Happens(double chance) { return std::uniform_real_distribution<>(0, 1)(random) < chance; }
     std::int64_t Delay() {
@@ -287,7 +336,9 @@ private:
     const Nature nature;
     std::mt19937_64 random{7};
     std::int64_t nowUs = 0;
-    std::multimap<std::int64_t, std::uint16_t> underWay;
+    std::int64_t busyUntilUs = 0;
+    Packets leaving;
+    Packets underWay;
     std::map<std::uint16_t, std::int64_t> arrivals;
     LossRepair repair;
 };
@@ -310,6 +361,12 @@ TEST(LossRepairOnALink, LossIsRepairedAlsoWherePacketsOvertakeOneAnother) {
     Link link({.loss = 0.02, .delayUs = 12'000, .jitterUs = 10'000});
     link.Play(60);
     EXPECT_LT(link.Missed(60), 20) << "of 360 that were lost";
+}
+
+TEST(LossRepairOnALink, ANarrowOneIsNotFilledWithAnswersThatComeTooLate) {
+    Link link({.packetUs = 8'000});
+    link.Play(60);
+    EXPECT_LT(link.requests, 1800) << "of 18,000 packets, 7,500 of which it carries";
 }
 
 TEST(LossRepairOnALink, AGoodLinkIsNotBothered) {
