@@ -128,6 +128,7 @@ const MediaSection* FirstAccepted(const SessionDescription& description) {
 
 // What a rejected section says of its transport has not been checked, and means nothing.
 void TakeTransport(MediaSection& rejected, const MediaSection& transport) {
+    rejected.rtcpMux = transport.rtcpMux;
     rejected.setup = transport.setup;
     rejected.iceUfrag = transport.iceUfrag;
     rejected.icePwd = transport.icePwd;

@@ -138,6 +138,18 @@ TEST(AnswerRules, ARefusedFirstSectionStaysInTheEnginesBundle) {
     EXPECT_EQ(fitted.media[0].setup, "active");
 }
 
+TEST(AnswerRules, ASectionThatTheOfferRefusedAlreadyTakesTheWholeTransportOfTheOthers) {
+    auto offer = Parsed(OfferText());
+    offer.media[0].rejected = true;
+    offer.media[0].rtcpMux = false;
+    auto answer = Parsed(Answer());
+    answer.media[0].rejected = true;
+    ASSERT_EQ(WhyNotAnAnswer(offer, answer).value_or(""), "");
+    const auto fitted = AnswerForEngine(offer, answer);
+    EXPECT_TRUE(fitted.media[0].rtcpMux);
+    EXPECT_EQ(WhyNotAnAnswer(offer, fitted).value_or(""), "");
+}
+
 TEST(AnswerRules, AnInactiveSectionSendsNothing) {
     std::string text = Answer();
     text.replace(text.find("a=sendrecv"), 10, "a=inactive");
