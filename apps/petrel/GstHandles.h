@@ -13,6 +13,7 @@ namespace petrel {
 struct GstRelease {
     void operator()(GstBuffer* buffer) const { gst_buffer_unref(buffer); }
     void operator()(GstSample* sample) const { gst_sample_unref(sample); }
+    void operator()(GstPromise* promise) const { gst_promise_unref(promise); }
     void operator()(GstCaps* caps) const { gst_caps_unref(caps); }
     void operator()(GstSDPMessage* message) const { gst_sdp_message_free(message); }
     void operator()(GstWebRTCSessionDescription* description) const {

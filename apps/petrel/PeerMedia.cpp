@@ -137,7 +137,7 @@ bool PeerMedia::Build(std::string& error) {
     gst_sdp_message_copy(message.get(), &copy);
     const GstHandle<GstWebRTCSessionDescription> offer(
         gst_webrtc_session_description_new(GST_WEBRTC_SDP_TYPE_OFFER, copy));
-    g_signal_emit_by_name(webrtc, "set-remote-description", offer.get(), PromiseFor(Step::OfferSet));
+    g_signal_emit_by_name(webrtc, "set-remote-description", offer.get(), PromiseFor(Step::OfferSet).get());
     return true;
 }
 

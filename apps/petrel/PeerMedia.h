@@ -47,7 +47,8 @@ private:
     bool AddInput(std::size_t mediaIndex, std::string& error);
     void ConnectSignals();
     void DisconnectSignals();
-    GstPromise* PromiseFor(Step step);
+    // The engine takes its own reference, and forgets it without a reply when it is closed first.
+    GstHandle<GstPromise> PromiseFor(Step step);
     void OnStepDone(Step step, const std::shared_ptr<GstWebRTCSessionDescription>& description,
                     const std::string& problem);
     void OnLocalCandidate(int engineIndex, const std::string& candidate);

@@ -31,8 +31,9 @@ void PeerMedia::DisconnectSignals() {
                                          reinterpret_cast<gpointer>(OnConnectionStateSignal), nullptr);
 }
 
-GstPromise* PeerMedia::PromiseFor(Step step) {
-    return gst_promise_new_with_change_func(OnPromise, new Link{weak_from_this(), &loop, step}, Link::Delete);
+GstHandle<GstPromise> PeerMedia::PromiseFor(Step step) {
+    return GstHandle<GstPromise>(
+        gst_promise_new_with_change_func(OnPromise, new Link{weak_from_this(), &loop, step}, Link::Delete));
 }
 
 // [library-thread]
@@ -53,7 +54,6 @@ void PeerMedia::OnPromise(GstPromise* promise, gpointer data) {
     }
     link->Post(
         [step, description, problem](PeerMedia& self) { self.OnStepDone(step, description, problem); });
-    gst_promise_unref(promise);
 }
 
 // [library-thread]
@@ -91,13 +91,13 @@ void PeerMedia::OnStepDone(Step step, const std::shared_ptr<GstWebRTCSessionDesc
             for (const OfferedCandidate& offered : plan.candidates) {
                 AddRemoteCandidate(offered.candidate, offered.mid, 0);
             }
-            g_signal_emit_by_name(webrtc, "create-answer", nullptr, PromiseFor(Step::AnswerMade));
+            g_signal_emit_by_name(webrtc, "create-answer", nullptr, PromiseFor(Step::AnswerMade).get());
             return;
         case Step::AnswerMade:
             if (description == nullptr) return Fail("the engine made no answer");
             events.onAnswer(ComposeAnswer(plan, description->sdp));
             g_signal_emit_by_name(webrtc, "set-local-description", description.get(),
-                                  PromiseFor(Step::AnswerSet));
+                                  PromiseFor(Step::AnswerSet).get());
             return;
         case Step::AnswerSet:
             return;

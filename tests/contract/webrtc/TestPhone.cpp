@@ -223,7 +223,8 @@ void TestPhone::OnElementAdded(GstBin*, GstBin*, GstElement* element, gpointer d
 
 void TestPhone::OnReport(GObject*, GstBuffer*, gpointer data) {
     const Crossing crossing;
-    ++static_cast<TestPhone*>(data)->reportsHeard;
+    auto* self = static_cast<TestPhone*>(data);
+    if (self->onReport) self->onReport();
 }
 
 void TestPhone::OnFeedback(GObject*, guint type, guint kind, guint, guint stream, GstBuffer* numbers,
@@ -314,8 +315,9 @@ void TestPhone::Answer(const std::string& offer) {
         bin = Webrtc();
     }
     SetRemote(offer, true);
-    g_signal_emit_by_name(bin, "create-answer", nullptr,
-                          gst_promise_new_with_change_func(OnMade, this, nullptr));
+    GstPromise* promise = gst_promise_new_with_change_func(OnMade, this, nullptr);
+    g_signal_emit_by_name(bin, "create-answer", nullptr, promise);
+    gst_promise_unref(promise);
     gst_object_unref(bin);
 }
 
@@ -330,8 +332,9 @@ void TestPhone::Offer() {
                      GST_WEBRTC_RTP_TRANSCEIVER_DIRECTION_SENDONLY, nullptr);
     }
     g_array_unref(transceivers);
-    g_signal_emit_by_name(bin, "create-offer", nullptr,
-                          gst_promise_new_with_change_func(OnMade, this, nullptr));
+    GstPromise* promise = gst_promise_new_with_change_func(OnMade, this, nullptr);
+    g_signal_emit_by_name(bin, "create-offer", nullptr, promise);
+    gst_promise_unref(promise);
     gst_object_unref(bin);
 }
 
@@ -343,7 +346,6 @@ void TestPhone::OnMade(GstPromise* promise, gpointer data) {
         gst_structure_get(gst_promise_get_reply(promise), self->offers ? "offer" : "answer",
                           GST_TYPE_WEBRTC_SESSION_DESCRIPTION, &description, nullptr);
     }
-    gst_promise_unref(promise);
     if (description != nullptr) self->Deliver(description);
 }
 

@@ -38,6 +38,8 @@ public:
     // A packet was lost as it was told to be, or the other side asks for one.
     std::function<void(Media media, std::uint16_t number)> onPacketLost;
     std::function<void(Media media, std::uint16_t number)> onPacketRequest;
+    // A packet of RTCP arrived, of whatever stream.
+    std::function<void()> onReport;
 
     explicit TestPhone(Options phoneOptions) : options(std::move(phoneOptions)) {}
     ~TestPhone() { Vanish(); }
@@ -50,7 +52,6 @@ public:
     void TakeAnswer(const std::string& answer);
     void AddCandidate(unsigned int lineIndex, const std::string& candidate);
     int PicturesSent() const { return picturesSent; }
-    int ReportsHeard() const { return reportsHeard; }  // packets of RTCP, of all streams
     // Camera or microphone deliver nothing, although everything else goes on.
     void Freeze(Media media, Until until);
     void Thaw();
@@ -91,7 +92,6 @@ private:
     std::string offeredTransport;
     bool offers = false;
     std::atomic<int> picturesSent{0};
-    std::atomic<int> reportsHeard{0};
     std::atomic<bool> pictureFrozen{false};
     std::atomic<bool> soundFrozen{false};
     std::atomic<bool> losesKeyFrames{false};
