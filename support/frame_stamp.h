@@ -23,6 +23,11 @@ inline constexpr double kQuietToneLevel = 0.01;  // -40 dBFS
 inline constexpr std::int64_t kFlashPeriodUs = 1'000'000;
 inline constexpr std::int64_t kFlashLengthUs = 100'000;
 
+// A sender that shows the same pictures again and again stamps each with its time in the loop, which begins at
+// the whole multiples of its length on the sender's clock.
+inline constexpr std::uint64_t kLoopUs = 10'000'000;
+inline constexpr std::uint64_t kClockMask = 0xFFFF'FFFF'FFFFULL;
+
 struct Stamp {
     std::uint32_t frameNumber = 0;
     std::uint64_t senderTimeUs = 0;  // the sender's steady clock, 48 bits
@@ -35,6 +40,12 @@ struct Area {
     int width = 0;
     int height = 0;
 };
+
+// How long ago that was, by the sender's clock; less than the length of a loop for a stamp of one.
+constexpr std::uint64_t AgeUs(const Stamp& stamp, std::int64_t nowUs) {
+    const std::uint64_t ageUs = (static_cast<std::uint64_t>(nowUs) - stamp.senderTimeUs) & kClockMask;
+    return stamp.senderTimeUs < kLoopUs ? ageUs % kLoopUs : ageUs;
+}
 
 // Block `index` counts along the rows from the top left.
 constexpr Area BlockArea(int index, int pictureWidth) {
@@ -61,7 +72,7 @@ constexpr std::uint16_t Checksum(const Stamp& stamp) {
 // Most significant bit first: 32 of the frame number, 48 of the clock, 16 of the checksum.
 inline std::bitset<kBits> Encode(const Stamp& stamp) {
     std::bitset<kBits> bits;
-    const Stamp carried{stamp.frameNumber, stamp.senderTimeUs & 0xFFFF'FFFF'FFFFULL};
+    const Stamp carried{stamp.frameNumber, stamp.senderTimeUs & kClockMask};
     int position = 0;
     const auto append = [&bits, &position](std::uint64_t value, int count) {
         for (int bit = count - 1; bit >= 0; --bit)

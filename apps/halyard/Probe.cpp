@@ -15,7 +15,6 @@ constexpr int kBrightLuma = 126;
 constexpr int kLoudSample = 3'277;               // a tenth of full scale: between quiet tone and beep
 constexpr std::int64_t kQuietBefore = 48 * 300;  // samples; a beep begins after at least so much quiet
 constexpr std::int64_t kPairWithinUs = stamp::kFlashPeriodUs / 2;
-constexpr std::uint64_t kClockMask = 0xFFFF'FFFF'FFFFULL;
 constexpr double kLongestLatencyMs = 10'000.0;
 
 }  // namespace
@@ -46,8 +45,7 @@ bool Probe::OnNewPicture(nxBuffer2& picture, std::int64_t presentationTimeUs, st
     // A smaller number is another run of the sender, not a gap.
     if (lastFrame && read->frameNumber > *lastFrame) skippedPictures += read->frameNumber - *lastFrame - 1;
     lastFrame = read->frameNumber;
-    const std::uint64_t ageUs = (static_cast<std::uint64_t>(nowUs) - read->senderTimeUs) & kClockMask;
-    lastLatencyMs = static_cast<double>(ageUs) / 1000.0;
+    lastLatencyMs = static_cast<double>(stamp::AgeUs(*read, nowUs)) / 1000.0;
     latencies.Add(*lastLatencyMs);
     return false;
 }

@@ -5,6 +5,7 @@
 
 #include <vector>
 
+#include "apps/petrel/CodedMediaSink.h"
 #include "apps/petrel/GstHandles.h"
 #include "support/annotated_mutex.h"
 
@@ -16,16 +17,16 @@ struct ClientInputs {
     GstHandle<GstAppSrc> audio;
 };
 
-class EncodedFanOut {
+class EncodedFanOut : public CodedMediaSink {
 public:
     // [any-thread] The client's pictures begin with the next key picture. The number is for Remove.
     int Add(ClientInputs inputs);
     void Remove(int number);
     bool HasClients();
 
-    // [any-thread] One access unit or packet, with a timestamp that holds in every client's pipeline.
-    void PushVideo(GstBuffer* unit, GstCaps* caps);
-    void PushAudio(GstBuffer* packet, GstCaps* caps);
+    // The timestamps hold in every client's pipeline.
+    void PushVideo(GstBuffer* unit, GstCaps* caps) override;
+    void PushAudio(GstBuffer* packet, GstCaps* caps) override;
 
 private:
     struct Client {

@@ -6,14 +6,23 @@
 
 #include <utility>
 
+#include "support/frame_stamp.h"
+
 namespace petrel {
 namespace {
 
 // Key pictures also come by themselves, for clients that lost one and cannot say so.
 constexpr int kSecondsBetweenKeyPictures = 2;
+// Of pictures that are coded before a client could ask for one.
+constexpr int kSecondsBetweenKeyPicturesOfALoop = 1;
 // One thread codes this many in a fraction of a frame's time. Above it two of them share each picture, so
 // that it is not older when it leaves.
 constexpr int kSingleThreadPixels = 1280 * 720;
+
+int PicturesBetweenKeys(const SimulateOptions& options) {
+    const int seconds = options.encodeOnce ? kSecondsBetweenKeyPicturesOfALoop : kSecondsBetweenKeyPictures;
+    return seconds * options.framesPerSecond;
+}
 
 int EncoderThreads(const SimulateOptions& options) {
     return options.width * options.height > kSingleThreadPixels ? 2 : 1;
@@ -22,7 +31,7 @@ int EncoderThreads(const SimulateOptions& options) {
 std::string VideoDescription(const SimulateOptions& options) {
     const int kbits = VideoBitrateKbits(options);
     const int threads = EncoderThreads(options);
-    const int keyDistance = kSecondsBetweenKeyPictures * options.framesPerSecond;
+    const int keyDistance = PicturesBetweenKeys(options);
     std::string text = fmt::format(
         "appsrc name=video_in is-live=true format=time max-buffers=2 max-bytes=0 leaky-type=downstream "
         "caps=video/x-raw,format=I420,width={},height={},framerate={}/1,pixel-aspect-ratio=1/1 ! ",
@@ -71,8 +80,8 @@ GstBusSyncReply OnBusMessage(GstBus*, GstMessage* message, gpointer) {
 }  // namespace
 
 std::unique_ptr<EncoderPipeline> EncoderPipeline::Make(const SimulateOptions& options, bool withAudio,
-                                                       EncodedFanOut& fanOut, std::string& error) {
-    std::unique_ptr<EncoderPipeline> made(new EncoderPipeline(fanOut));
+                                                       CodedMediaSink& sink, std::string& error) {
+    std::unique_ptr<EncoderPipeline> made(new EncoderPipeline(sink));
     if (!made->Build(options, withAudio, error)) return nullptr;
     return made;
 }
@@ -110,6 +119,7 @@ bool EncoderPipeline::Build(const SimulateOptions& options, bool withAudio, std:
 
     clock.reset(gst_system_clock_obtain());
     baseTime = gst_clock_get_time(clock.get());
+    if (options.encodeOnce) baseTime -= baseTime % (support::frame_stamp::kLoopUs * GST_USECOND);
     gst_pipeline_use_clock(GST_PIPELINE(pipeline.get()), clock.get());
     gst_element_set_start_time(pipeline.get(), GST_CLOCK_TIME_NONE);
     gst_element_set_base_time(pipeline.get(), baseTime);
@@ -176,7 +186,7 @@ GstFlowReturn EncoderPipeline::OnVideoSample(GstAppSink* sink, gpointer data) {
     const GstHandle<GstSample> sample(gst_app_sink_pull_sample(sink));
     if (sample == nullptr) return GST_FLOW_EOS;
     const GstHandle<GstBuffer> unit = self->AtRunningTime(sample.get());
-    self->fanOut.PushVideo(unit.get(), gst_sample_get_caps(sample.get()));
+    self->coded.PushVideo(unit.get(), gst_sample_get_caps(sample.get()));
     return GST_FLOW_OK;
 }
 
@@ -185,7 +195,7 @@ GstFlowReturn EncoderPipeline::OnAudioSample(GstAppSink* sink, gpointer data) {
     const GstHandle<GstSample> sample(gst_app_sink_pull_sample(sink));
     if (sample == nullptr) return GST_FLOW_EOS;
     const GstHandle<GstBuffer> packet = self->AtRunningTime(sample.get());
-    self->fanOut.PushAudio(packet.get(), gst_sample_get_caps(sample.get()));
+    self->coded.PushAudio(packet.get(), gst_sample_get_caps(sample.get()));
     return GST_FLOW_OK;
 }
 

@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "apps/petrel/EncodedFanOut.h"
+#include "apps/petrel/CodedMediaSink.h"
 #include "apps/petrel/GstHandles.h"
 #include "apps/petrel/MediaSource.h"
 #include "apps/petrel/SimulateOptions.h"
@@ -16,14 +16,15 @@ namespace petrel {
 
 class EncoderPipeline {
 public:
-    // Null with a sentence in `error` when an encoder is missing. The fan-out must outlive it.
+    // Null with a sentence in `error` when an encoder is missing. The sink must outlive it.
     static std::unique_ptr<EncoderPipeline> Make(const SimulateOptions& options, bool withAudio,
-                                                 EncodedFanOut& fanOut, std::string& error);
+                                                 CodedMediaSink& sink, std::string& error);
     ~EncoderPipeline();
     EncoderPipeline(const EncoderPipeline&) = delete;
     EncoderPipeline& operator=(const EncoderPipeline&) = delete;
 
-    // All pipelines share this clock and base time, so one timestamp means the same moment in each.
+    // All pipelines share this clock and base time, so one timestamp means the same moment in each. Where
+    // pictures are encoded once, a loop of them (frame_stamp.h) begins at the base.
     GstClock* Clock() const { return clock.get(); }
     GstClockTime BaseTime() const { return baseTime; }
 
@@ -34,14 +35,14 @@ public:
     void PushSound(GstHandle<GstBuffer> block, GstClockTime time);
 
 private:
-    explicit EncoderPipeline(EncodedFanOut& toFeed) : fanOut(toFeed) {}
+    explicit EncoderPipeline(CodedMediaSink& toFeed) : coded(toFeed) {}
     bool Build(const SimulateOptions& options, bool withAudio, std::string& error);
     void SwapWidthAndHeight();
     GstHandle<GstBuffer> AtRunningTime(GstSample* sample);
     static GstFlowReturn OnVideoSample(GstAppSink* sink, gpointer self);
     static GstFlowReturn OnAudioSample(GstAppSink* sink, gpointer self);
 
-    EncodedFanOut& fanOut;
+    CodedMediaSink& coded;
     GstHandle<GstElement> pipeline;
     GstHandle<GstElement> videoEncoder;
     GstHandle<GstAppSrc> videoInput;

@@ -27,8 +27,9 @@ PatternSource::Canvas::Canvas(int width, int height)
     gst_buffer_pool_set_active(pool.get(), TRUE);
 }
 
-PatternSource::PatternSource(int pictureWidth, int pictureHeight, int secondsBetweenTurns)
-    : usBetweenTurns(std::int64_t{secondsBetweenTurns} * 1'000'000) {
+PatternSource::PatternSource(int pictureWidth, int pictureHeight, int secondsBetweenTurns,
+                             StampedTime timeToStamp)
+    : usBetweenTurns(std::int64_t{secondsBetweenTurns} * 1'000'000), stampedTime(timeToStamp) {
     canvases.emplace_back(pictureWidth, pictureHeight);
     if (secondsBetweenTurns > 0) canvases.emplace_back(pictureHeight, pictureWidth);
 }
@@ -55,7 +56,9 @@ GstHandle<GstBuffer> PatternSource::NextPicture(std::int64_t mediaTimeUs) {
     }
     canvas.pattern.Paint(view, mediaTimeUs);
     // Last, as a camera's picture exists when it has been read out: its age begins here.
-    canvas.pattern.PaintStamp(view, {nextFrameNumber++, SteadyTimeUs()});
+    const bool now = stampedTime == StampedTime::Painted;
+    canvas.pattern.PaintStamp(
+        view, {nextFrameNumber++, now ? SteadyTimeUs() : static_cast<std::uint64_t>(mediaTimeUs)});
     gst_video_frame_unmap(&frame);
     return buffer;
 }

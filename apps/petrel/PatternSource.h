@@ -1,4 +1,4 @@
-// The test picture as a source: counts the pictures and stamps each at the moment it is painted.
+// The test picture as a source: counts the pictures and stamps each.
 #pragma once
 
 #include <gst/video/video.h>
@@ -10,10 +10,14 @@
 
 namespace petrel {
 
+// The moment it is painted, by the steady clock, or the time it was asked for.
+enum class StampedTime { Painted, Asked };
+
 class PatternSource : public VideoSource {
 public:
     // Turns by itself each time so many seconds have passed; never with 0.
-    PatternSource(int pictureWidth, int pictureHeight, int secondsBetweenTurns = 0);
+    PatternSource(int pictureWidth, int pictureHeight, int secondsBetweenTurns = 0,
+                  StampedTime timeToStamp = StampedTime::Painted);
     ~PatternSource() override;
 
     GstHandle<GstBuffer> NextPicture(std::int64_t mediaTimeUs) override;
@@ -28,6 +32,7 @@ private:
     };
 
     const std::int64_t usBetweenTurns;
+    const StampedTime stampedTime;
     std::vector<Canvas> canvases;  // by posture
     Posture posture = Posture::AsAsked;
     std::uint32_t nextFrameNumber = 0;

@@ -26,6 +26,10 @@ std::unique_ptr<SharedEncoder> SharedEncoder::Make(const SimulateOptions& option
                                                    std::unique_ptr<VideoSource> video,
                                                    std::unique_ptr<AudioSource> audio, std::string& error) {
     std::unique_ptr<SharedEncoder> made(new SharedEncoder(options, std::move(video), std::move(audio)));
+    if (options.encodeOnce) {
+        made->loop = CodedLoop::Encode(options, *made->videoSource, error);
+        if (made->loop == nullptr) return nullptr;
+    }
     made->encoder = EncoderPipeline::Make(options, made->HasAudio(), made->fanOut, error);
     if (made->encoder == nullptr) return nullptr;
     made->pump = std::thread([raw = made.get()] { raw->Run(); });
@@ -122,8 +126,10 @@ void SharedEncoder::DeliverPicture() {
         }
         nextPicture = current;
     }
-    const std::int64_t timeNs = nextPicture++ * kNsPerSecond / framesPerSecond;
+    const std::int64_t number = nextPicture++;
+    const std::int64_t timeNs = number * kNsPerSecond / framesPerSecond;
     if (!IsNeeded(timeNs) || state != State::Runs) return;
+    if (loop != nullptr) return SendAgain(number, timeNs);
 
     GstHandle<GstBuffer> picture = videoSource->NextPicture(timeNs / 1000);
     if (picture == nullptr) return;
@@ -132,6 +138,13 @@ void SharedEncoder::DeliverPicture() {
         lastKeyPictureNs = timeNs;
     }
     encoder->PushPicture(std::move(picture), videoSource->LatestPosture(), static_cast<GstClockTime>(timeNs));
+}
+
+void SharedEncoder::SendAgain(std::int64_t number, std::int64_t timeNs) {
+    const CodedLoop::Picture& picture = loop->At(number);
+    const GstHandle<GstBuffer> unit(gst_buffer_copy(picture.unit.get()));  // shares its memory
+    GST_BUFFER_PTS(unit.get()) = static_cast<GstClockTime>(timeNs);
+    fanOut.PushVideo(unit.get(), picture.caps.get());
 }
 
 void SharedEncoder::DeliverSound() {

@@ -8,6 +8,7 @@
 #include <string>
 #include <thread>
 
+#include "apps/petrel/CodedLoop.h"
 #include "apps/petrel/EncodedFanOut.h"
 #include "apps/petrel/EncoderPipeline.h"
 #include "apps/petrel/MediaSource.h"
@@ -24,7 +25,7 @@ class SharedEncoder : private support::Counted<SharedEncoder> {
 public:
     using Counted::Alive;
 
-    // `audio` null: no sound. Null with a sentence in `error` when it cannot be made.
+    // `audio` null: no sound. What is to be encoded once is encoded here, which takes seconds. Null with a sentence in `error` when it cannot be made.
     static std::unique_ptr<SharedEncoder> Make(const SimulateOptions& options,
                                                std::unique_ptr<VideoSource> video,
                                                std::unique_ptr<AudioSource> audio, std::string& error);
@@ -36,11 +37,12 @@ public:
     // Give a client's pipeline the time that the coded media is stamped with.
     void ShareTimeWith(GstElement* pipeline) const;
 
-    // [any-thread] Streams to the client until Unsubscribe; its first picture is a new key picture.
+    // [any-thread] Streams to the client until Unsubscribe; its first picture is a key picture.
     int Subscribe(ClientInputs inputs);
     void Unsubscribe(int number) { fanOut.Remove(number); }
 
-    // [any-thread] A client lost pictures. Wishes in quick succession are answered by one key picture.
+    // [any-thread] A client lost pictures. Wishes in quick succession are answered by one key picture; what was
+    // encoded once has one every second.
     void RequestKeyPicture();
 
     // [any-thread] For tests of the other side: no picture is encoded any more, while sound and connections
@@ -55,6 +57,7 @@ private:
     std::int64_t MediaTimeNs() const;
     bool IsNeeded(std::int64_t mediaTimeNs);
     void DeliverPicture();
+    void SendAgain(std::int64_t number, std::int64_t timeNs);
     void DeliverSound();
 
     const VideoCodec codec;
@@ -63,6 +66,7 @@ private:
     const std::unique_ptr<VideoSource> videoSource;  // used by the pump thread only, like audioSource
     const std::unique_ptr<AudioSource> audioSource;
     EncodedFanOut fanOut;
+    std::unique_ptr<CodedLoop> loop;  // null: every picture is encoded when it is due
     std::unique_ptr<EncoderPipeline> encoder;
     std::atomic<bool> keyPictureRequested{false};
     enum class State { Runs, HangsUntilKeyPicture, HangsUntilNewClient };

@@ -65,6 +65,14 @@ std::string CheckRotation(const SimulateOptions& options) {
     return {};
 }
 
+// Stamps of a loop tell their age by a clock that keeps time.
+std::string CheckEncodingOnce(const SimulateOptions& options) {
+    if (!options.encodeOnce) return {};
+    if (options.video != "pattern") return "only the pattern can be encoded once";
+    if (options.clockErrorPpm != 0) return "not with --clock-error";
+    return {};
+}
+
 }  // namespace
 
 const char* EncodingName(VideoCodec codec) {
@@ -128,6 +136,9 @@ CommandLine ReadCommandLine(int argc, const char* const* argv) {
                      "millionths by which the phone's clock is fast (default 0)")
         ->type_name("PPM")
         ->check(CLI::Range(-kLargestClockError, kLargestClockError));
+    simulate->add_flag("--encode-once", options.encodeOnce,
+                       "encode ten seconds of the pattern at the beginning and send them again and again, which "
+                       "leaves the processor to others");
     bool announce = false;
     CLI::Option* announced = simulate->add_flag(
         "--announce,!--no-announce", announce,
@@ -147,6 +158,9 @@ CommandLine ReadCommandLine(int argc, const char* const* argv) {
                                          : VideoCodec::H264;
         if (const std::string problem = CheckRotation(options); !problem.empty()) {
             throw CLI::ValidationError("--rotate", problem);
+        }
+        if (const std::string problem = CheckEncodingOnce(options); !problem.empty()) {
+            throw CLI::ValidationError("--encode-once", problem);
         }
         if (announced->count() > 0) options.announce = announce;
         if (name->count() > 0) {

@@ -26,6 +26,7 @@ struct SimulateOptions {
     std::string name;              // empty: a default for each address
     int bitrateKbits = 0;          // 0: by size and frame rate
     std::optional<bool> announce;  // nothing: by address
+    bool encodeOnce = false;       // ten seconds of pictures beforehand, sent again and again
     double clockErrorPpm = 0;      // millionths by which the phone's clock is fast
     bool quiet = false;
 };

@@ -10,8 +10,11 @@ namespace petrel {
 namespace {
 
 std::unique_ptr<VideoSource> MakeVideo(const SimulateOptions& options, std::string& error) {
-    if (options.video == "pattern")
-        return std::make_unique<PatternSource>(options.width, options.height, options.secondsBetweenTurns);
+    if (options.video == "pattern") {
+        return std::make_unique<PatternSource>(
+            options.width, options.height, options.secondsBetweenTurns,
+            options.encodeOnce ? StampedTime::Asked : StampedTime::Painted);
+    }
     return FileVideoSource::Open(options.video, options.width, options.height, options.framesPerSecond,
                                  error);
 }

@@ -2,6 +2,7 @@
 
 import contextlib
 import dataclasses
+import enum
 import os
 import pathlib
 import statistics
@@ -56,12 +57,20 @@ def running(*command, **environment):
         child.end()
 
 
+class Encoding(enum.Enum):
+    """Phones have encoders of their own: what is to be compared gets pictures that were encoded beforehand."""
+
+    ONCE = ("--encode-once",)
+    LIVE = ()
+
+
 @contextlib.contextmanager
-def phones(programs: Programs, addresses: list[str]):
-    """One process that encodes once for all of its phones. It stands for phones, which have processors of their own:
-    where it may, it goes before whoever receives, whose load would else become the sender's lost pictures."""
+def phones(programs: Programs, addresses: list[str], encoding: Encoding):
+    """One process for all of its phones. It stands for phones, which have processors of their own: where it may, it
+    goes before whoever receives, whose load would else become the sender's lost pictures."""
     with running(programs.program("petrel"), "simulate", "--listen", addresses[0], "--phones", len(addresses),
-                 "--size", SIZE, "--fps", RATE, "--codec", "h264", niceness=SENDER_NICENESS) as sender:
+                 "--size", SIZE, "--fps", RATE, "--codec", "h264", *encoding.value,
+                 niceness=SENDER_NICENESS) as sender:
         for address in addresses:
             sender.wait_for_line(lambda line, name=address: f"{name}: listening" in line, START_LIMIT)
         yield sender
@@ -114,11 +123,14 @@ class Round:
                      *self.addresses) as receiver:
             receiver.wait_for_event("ready", START_LIMIT)
             time.sleep(SETTLE_SECONDS)
+            sent = Usage([self.sender.pid])
             result = _watched(receiver, self.seconds, "begin stamps")
+            sender_cpu = sent.cpu_percent()
         if result["latencyMs"] is None or result["programmeLatencyMs"] is None:
             raise Failed("no stamp could be read")
         return {"p50": result["latencyMs"]["p50"], "p99": result["latencyMs"]["p99"],
-                "pulledP50": result["programmeLatencyMs"]["p50"], "pulledP99": result["programmeLatencyMs"]["p99"]}
+                "pulledP50": result["programmeLatencyMs"]["p50"], "pulledP99": result["programmeLatencyMs"]["p99"],
+                "senderCpu": sender_cpu}
 
     def bare(self) -> dict[str, float]:
         with running(self.programs.benchmark("bare_receiver"), *self.addresses) as receiver:
@@ -154,7 +166,7 @@ def measure(programs: Programs, count: int, rounds: int, seconds: float, host_se
     receivers = ["host", "look", "bare", "chromium"]
     results: dict[str, list[dict[str, float]]] = {name: [] for name in receivers}
     addresses = own_addresses(count)
-    with phones(programs, addresses) as sender:
+    with phones(programs, addresses, Encoding.ONCE) as sender:
         for number in range(rounds):
             one = Round(programs, addresses, sender, seconds, host_seconds)
             first = number % len(receivers)
@@ -162,6 +174,20 @@ def measure(programs: Programs, count: int, rounds: int, seconds: float, host_se
                 tell(f"{count} x {SIZE}, round {number + 1} of {rounds}: {name}")
                 results[name].append(_once_more(getattr(one, name), tell))
     return _figures(results, "At8" if count == 8 else "")
+
+
+def live_encoder(programs: Programs, rounds: int, seconds: float, tell) -> dict[str, float]:
+    """One stream whose sender encodes every picture when it is due, on the same processors."""
+    addresses = own_addresses(1)
+    looks = []
+    with phones(programs, addresses, Encoding.LIVE) as sender:
+        one = Round(programs, addresses, sender, seconds, seconds)
+        for number in range(rounds):
+            tell(f"1 x {SIZE}, encoded live, round {number + 1} of {rounds}")
+            looks.append(_once_more(one.look, tell))
+    return {"stream.liveLatencyP50Ms": statistics.median(look["p50"] for look in looks),
+            "stream.liveLatencyP99Ms": statistics.median(look["p99"] for look in looks),
+            "stream.liveSenderCpuPercent": statistics.median(look["senderCpu"] for look in looks)}
 
 
 def encode_time(programs: Programs, rounds: int) -> float:
@@ -228,7 +254,7 @@ def first_pictures(programs: Programs, tell) -> dict[str, float]:
             return host.wait_for_event("result", START_LIMIT + 10 * times)["firstPictureMs"]
 
     addresses = own_addresses(1)
-    with phones(programs, addresses):
+    with phones(programs, addresses, Encoding.LIVE):
         tell("first picture: fresh processes")
         fresh = [activate(1)[0] for _ in range(FRESH_PROCESSES)]
         tell("first picture: a warm process")

@@ -8,7 +8,6 @@
 namespace benchmarks {
 namespace {
 
-constexpr std::uint64_t kClockMask = 0xFFFF'FFFF'FFFFULL;
 constexpr std::size_t kExpectedPictures = 30 * 600;
 
 }  // namespace
@@ -47,8 +46,7 @@ void StreamWatch::OnPicture(const Picture& picture, std::int64_t nowUs) {
     if (lastFrame && stamp->frameNumber > *lastFrame) counts.skipped += stamp->frameNumber - *lastFrame - 1;
     lastFrame = stamp->frameNumber;
     ++counts.distinct;
-    const std::uint64_t ageUs = (static_cast<std::uint64_t>(nowUs) - stamp->senderTimeUs) & kClockMask;
-    counts.latenciesMs.push_back(static_cast<double>(ageUs) / 1000.0);
+    counts.latenciesMs.push_back(static_cast<double>(support::frame_stamp::AgeUs(*stamp, nowUs)) / 1000.0);
 }
 
 bool StreamWatch::HasPicture() const {

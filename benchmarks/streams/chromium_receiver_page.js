@@ -6,6 +6,7 @@ const kPort = 9001;
 const kColumns = 32;
 const kRows = 3;
 const kClockBits = 2n ** 48n;
+const kLoopUs = 10_000_000n; // of a sender that shows the same pictures again and again
 
 class Receiver {
     constructor(address) {
@@ -109,7 +110,8 @@ class Receiver {
             this.lastFrame = stamp.frame;
             this.watched.distinct += 1;
             const nowUs = BigInt(Math.round(nowMs * 1000)) % kClockBits;
-            this.watched.latenciesMs.push(Number((nowUs - stamp.timeUs + kClockBits) % kClockBits) / 1000);
+            const ageUs = (nowUs - stamp.timeUs + kClockBits) % kClockBits;
+            this.watched.latenciesMs.push(Number(stamp.timeUs < kLoopUs ? ageUs % kLoopUs : ageUs) / 1000);
         };
         this.video.requestVideoFrameCallback(onFrame);
     }

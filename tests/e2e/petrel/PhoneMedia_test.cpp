@@ -58,13 +58,18 @@ SimulateOptions SmallOptions(VideoCodec codec = VideoCodec::H264) {
     return options;
 }
 
+std::unique_ptr<petrel::PatternSource> PatternOf(const SimulateOptions& options) {
+    const auto time = options.encodeOnce ? petrel::StampedTime::Asked : petrel::StampedTime::Painted;
+    return std::make_unique<petrel::PatternSource>(options.width, options.height, options.secondsBetweenTurns,
+                                                   time);
+}
+
 class PhoneMedia : public testing::Test {
 protected:
     void StartStudio(const SimulateOptions& options = SmallOptions(), bool withSound = true) {
         std::string error;
         encoder = SharedEncoder::Make(options,
-                                      std::make_unique<petrel::PatternSource>(options.width, options.height,
-                                                                              options.secondsBetweenTurns),
+                                      PatternOf(options),
                                       withSound ? std::make_unique<petrel::BeepTone>() : nullptr, error);
         ASSERT_NE(encoder, nullptr) << error;
         loop = std::make_unique<petrel::ControlLoop>();
@@ -299,6 +304,30 @@ TEST_F(PhoneMedia, DamagedOffersHarmNothing) {
     const auto receiver = phone.Offer("H264");
     EXPECT_TRUE(
         receiver->WaitUntil([](const Pictures& pictures, const Sound&) { return pictures.size() >= 10; }));
+}
+
+// What was encoded once arrives whole, again and again, and its stamps tell when each picture was due.
+TEST_F(PhoneMedia, PicturesEncodedOnceAreStampedWithTheMomentTheyAreSent) {
+    SimulateOptions options = SmallOptions();
+    options.encodeOnce = true;
+    StartStudio(options);
+    TestPhone phone(Studio());
+    const auto receiver = phone.Offer("H264");
+    constexpr std::size_t kLoop = 300;
+    ASSERT_TRUE(receiver->WaitUntil(
+        [](const Pictures& pictures, const Sound&) { return pictures.size() >= kLoop + 60; }));
+    const Pictures pictures = receiver->Pictures();
+    std::vector<std::uint64_t> agesUs;
+    for (std::size_t index = 60; index < pictures.size(); ++index) {
+        ASSERT_TRUE(pictures[index].stamp && pictures[index - 1].stamp) << index;
+        EXPECT_EQ(pictures[index].stamp->frameNumber, (pictures[index - 1].stamp->frameNumber + 1) % kLoop);
+        const auto arrivalUs = static_cast<std::int64_t>(pictures[index].arrivalUs);
+        agesUs.push_back(support::frame_stamp::AgeUs(*pictures[index].stamp, arrivalUs));
+    }
+    const auto middle = agesUs.begin() + static_cast<std::ptrdiff_t>(agesUs.size() / 2);
+    std::nth_element(agesUs.begin(), middle, agesUs.end());
+    EXPECT_LT(*middle, 100'000U);
+    EXPECT_GT(BeepStarts(receiver->Sound()).size(), 5U) << "sound is live";
 }
 
 // Not a rule of its own, but the figures that the whole house builds on.

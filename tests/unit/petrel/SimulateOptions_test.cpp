@@ -56,6 +56,13 @@ TEST(SimulateOptions, TurnThePatternAlone) {
     EXPECT_EQ(line.options->secondsBetweenTurns, 5);
 }
 
+TEST(SimulateOptions, EncodeThePatternOnceWhenAsked) {
+    EXPECT_FALSE(Read({"simulate"}).options->encodeOnce);
+    const CommandLine line = Read({"simulate", "--encode-once", "--codec", "vp8", "--rotate", "5"});
+    ASSERT_TRUE(line.options) << line.text;
+    EXPECT_TRUE(line.options->encodeOnce);
+}
+
 TEST(SimulateOptions, KnowThreeCodecs) {
     const auto codecOf = [](const char* name) {
         const CommandLine line = Read({"simulate", "--codec", name});
@@ -105,6 +112,8 @@ INSTANTIATE_TEST_SUITE_P(
         BadLine{"a turn in no time", {"simulate", "--rotate", "0"}},
         BadLine{"a film that is turned", {"simulate", "--rotate", "5", "--video", "film.mp4"}},
         BadLine{"too narrow for the stamp when turned", {"simulate", "--rotate", "5", "--size", "320x180"}},
+        BadLine{"a film that is encoded once", {"simulate", "--encode-once", "--video", "film.mp4"}},
+        BadLine{"a loop by a clock that is wrong", {"simulate", "--encode-once", "--clock-error", "50"}},
         BadLine{"a clock that nobody has", {"simulate", "--clock-error", "1001"}}));
 
 TEST(SimulateOptions, APhoneIsAnnouncedUnlessItsAddressIsOfUseToThisMachineOnly) {

@@ -82,6 +82,24 @@ TEST(FrameStamp, ClockIsCarriedModuloItsFortyEightBits) {
     EXPECT_EQ(read->senderTimeUs, 5U);
 }
 
+TEST(FrameStamp, AgeIsTheTimeSinceTheSendersClock) {
+    constexpr std::int64_t kNowUs = 123'456'789'012;
+    EXPECT_EQ(AgeUs({1, kNowUs - 4'000}, kNowUs), 4'000U);
+    EXPECT_EQ(AgeUs({1, kNowUs - 25'000'000}, kNowUs), 25'000'000U);
+}
+
+TEST(FrameStamp, AgeIsRightWhereTheClockBeginsAnew) {
+    constexpr std::int64_t kTurnUs = std::int64_t{1} << 48;
+    EXPECT_EQ(AgeUs({1, kTurnUs - 3'000}, kTurnUs + 2'000), 5'000U);
+}
+
+TEST(FrameStamp, AgeOfALoopsPictureIsTheTimeSinceItWasLastDue) {
+    constexpr std::int64_t kLoopBegunUs = 12'340'000'000;
+    EXPECT_EQ(AgeUs({0, 0}, kLoopBegunUs), 0U);
+    EXPECT_EQ(AgeUs({30, 1'000'000}, kLoopBegunUs + 1'004'000), 4'000U);
+    EXPECT_EQ(AgeUs({299, 9'966'666}, kLoopBegunUs + 3'334), 36'668U);
+}
+
 TEST(FrameStamp, DamagedByAnyOneBlockGivesNothing) {
     const auto bits = Encode(Stamp{4711, 1'234'567'890});
     for (std::size_t index = 0; index < bits.size(); ++index) {
