@@ -23,8 +23,8 @@ inline constexpr double kQuietToneLevel = 0.01;  // -40 dBFS
 inline constexpr std::int64_t kFlashPeriodUs = 1'000'000;
 inline constexpr std::int64_t kFlashLengthUs = 100'000;
 
-// A sender that shows the same pictures again and again stamps each with its time in the loop, which begins at
-// the whole multiples of its length on the sender's clock.
+// A sender that shows the same pictures again and again stamps each with its time in the loop, which begins
+// at the whole multiples of its length on the sender's clock.
 inline constexpr std::uint64_t kLoopUs = 10'000'000;
 inline constexpr std::uint64_t kClockMask = 0xFFFF'FFFF'FFFFULL;
 

@@ -13,16 +13,9 @@ namespace {
 
 // Key pictures also come by themselves, for clients that lost one and cannot say so.
 constexpr int kSecondsBetweenKeyPictures = 2;
-// Of pictures that are coded before a client could ask for one.
-constexpr int kSecondsBetweenKeyPicturesOfALoop = 1;
 // One thread codes this many in a fraction of a frame's time. Above it two of them share each picture, so
 // that it is not older when it leaves.
 constexpr int kSingleThreadPixels = 1280 * 720;
-
-int PicturesBetweenKeys(const SimulateOptions& options) {
-    const int seconds = options.encodeOnce ? kSecondsBetweenKeyPicturesOfALoop : kSecondsBetweenKeyPictures;
-    return seconds * options.framesPerSecond;
-}
 
 int EncoderThreads(const SimulateOptions& options) {
     return options.width * options.height > kSingleThreadPixels ? 2 : 1;
@@ -31,7 +24,7 @@ int EncoderThreads(const SimulateOptions& options) {
 std::string VideoDescription(const SimulateOptions& options) {
     const int kbits = VideoBitrateKbits(options);
     const int threads = EncoderThreads(options);
-    const int keyDistance = PicturesBetweenKeys(options);
+    const int keyDistance = kSecondsBetweenKeyPictures * options.framesPerSecond;
     std::string text = fmt::format(
         "appsrc name=video_in is-live=true format=time max-buffers=2 max-bytes=0 leaky-type=downstream "
         "caps=video/x-raw,format=I420,width={},height={},framerate={}/1,pixel-aspect-ratio=1/1 ! ",

@@ -25,7 +25,8 @@ class SharedEncoder : private support::Counted<SharedEncoder> {
 public:
     using Counted::Alive;
 
-    // `audio` null: no sound. What is to be encoded once is encoded here, which takes seconds. Null with a sentence in `error` when it cannot be made.
+    // `audio` null: no sound. What is to be encoded once is encoded here, which takes seconds. Null with a
+    // sentence in `error` when it cannot be made.
     static std::unique_ptr<SharedEncoder> Make(const SimulateOptions& options,
                                                std::unique_ptr<VideoSource> video,
                                                std::unique_ptr<AudioSource> audio, std::string& error);
@@ -41,8 +42,8 @@ public:
     int Subscribe(ClientInputs inputs);
     void Unsubscribe(int number) { fanOut.Remove(number); }
 
-    // [any-thread] A client lost pictures. Wishes in quick succession are answered by one key picture; what was
-    // encoded once has one every second.
+    // [any-thread] A client lost pictures. Wishes in quick succession are answered by one key picture; what
+    // was encoded once has one every two seconds.
     void RequestKeyPicture();
 
     // [any-thread] For tests of the other side: no picture is encoded any more, while sound and connections

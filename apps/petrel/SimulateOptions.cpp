@@ -136,9 +136,10 @@ CommandLine ReadCommandLine(int argc, const char* const* argv) {
                      "millionths by which the phone's clock is fast (default 0)")
         ->type_name("PPM")
         ->check(CLI::Range(-kLargestClockError, kLargestClockError));
-    simulate->add_flag("--encode-once", options.encodeOnce,
-                       "encode ten seconds of the pattern at the beginning and send them again and again, which "
-                       "leaves the processor to others");
+    simulate->add_flag(
+        "--encode-once", options.encodeOnce,
+        "encode ten seconds of the pattern at the beginning and send them again and again, which "
+        "leaves the processor to others");
     bool announce = false;
     CLI::Option* announced = simulate->add_flag(
         "--announce,!--no-announce", announce,

@@ -68,8 +68,7 @@ class PhoneMedia : public testing::Test {
 protected:
     void StartStudio(const SimulateOptions& options = SmallOptions(), bool withSound = true) {
         std::string error;
-        encoder = SharedEncoder::Make(options,
-                                      PatternOf(options),
+        encoder = SharedEncoder::Make(options, PatternOf(options),
                                       withSound ? std::make_unique<petrel::BeepTone>() : nullptr, error);
         ASSERT_NE(encoder, nullptr) << error;
         loop = std::make_unique<petrel::ControlLoop>();
