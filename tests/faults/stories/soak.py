@@ -23,7 +23,7 @@ def run(context) -> Result:
     seconds = context.length(30 * 60, 60)
     inside = context.namespace("all")
     phones = context.start("phones", [context.bin / "petrel", "simulate", "--listen", FIRST, "--phones", PHONES,
-                                      "--size", "640x360", "--no-announce", "--quiet"], inside)
+                                      "--size", "640x360", "--encode-once", "--no-announce", "--quiet"], inside)
     words = [context.bin / "halyard", "--probe", "--quiet", "--report", "-", "--timeline", context.directory / "timeline",
              "--state", context.directory / "state"]
     for number in range(PHONES):
