@@ -54,25 +54,35 @@ function(kestrel_target target)
     target_link_libraries(${target} PRIVATE kestrel_warnings Threads::Threads)
 endfunction()
 
-# A room whose sources go into other targets: kestrel_room(NAME SOURCES ... LIBRARIES ...).
+# A room that waits more than it computes: to optimise it under a sanitizer takes longer than it saves.
+function(kestrel_waits target)
+    if(KESTREL_SANITIZE)
+        target_compile_options(${target} PRIVATE -O0)
+    endif()
+endfunction()
+
+# A room whose sources go into other targets: kestrel_room(NAME SOURCES ... LIBRARIES ... [WAITS]).
 function(kestrel_room room)
-    cmake_parse_arguments(PARSE_ARGV 1 ROOM "" "" "SOURCES;LIBRARIES")
+    cmake_parse_arguments(PARSE_ARGV 1 ROOM "WAITS" "" "SOURCES;LIBRARIES")
     add_library(${room} OBJECT ${ROOM_SOURCES})
     kestrel_target(${room})
+    if(ROOM_WAITS)
+        kestrel_waits(${room})
+    endif()
     target_link_libraries(${room} PUBLIC ${ROOM_LIBRARIES})
 endfunction()
 
-# The sources that include Boost.Beast cost minutes under sanitizers: no undefined-behaviour checks there.
-function(kestrel_beast_sources)
-    if(KESTREL_SANITIZE STREQUAL "address")
-        set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS "-fno-sanitize=undefined;-g1")
+# Sources full of other people's templates, of Boost.Beast or CLI11, whose speed matters to nobody.
+function(kestrel_template_sources)
+    if(CMAKE_BUILD_TYPE STREQUAL "Release")
+        set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS -O1)
     endif()
 endfunction()
 
 # A test program: kestrel_test(NAME LABEL unit|contract|e2e|stress SOURCES ... LIBRARIES ... [TIMEOUT seconds]
 # [COMPUTES] [ALONE filter]).
 # Each of its cases becomes a test of ctest under its own name. What the filter names listens or looks for what any
-# stall of the machine would cause too: nothing else runs beside it.
+# stall of the machine would cause too, or measures: nothing else runs beside it.
 function(kestrel_test name)
     cmake_parse_arguments(PARSE_ARGV 1 TEST "COMPUTES" "LABEL;TIMEOUT;ALONE" "SOURCES;LIBRARIES")
     if(NOT TEST_TIMEOUT)
@@ -83,15 +93,19 @@ function(kestrel_test name)
     target_link_libraries(${name} PRIVATE ${TEST_LIBRARIES} test_main GTest::gtest GTest::gmock)
     # The tests' own code runs once: optimising it would cost more than it saves, unless it computes for long. What
     # it tests keeps its flags.
-    if(KESTREL_SANITIZE AND NOT TEST_COMPUTES)
-        target_compile_options(${name} PRIVATE -O0)
-    elseif(CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT TEST_COMPUTES)
-        target_compile_options(${name} PRIVATE -O1)
+    if(NOT TEST_COMPUTES)
+        if(CMAKE_BUILD_TYPE STREQUAL "Release" AND TEST_LABEL STREQUAL "e2e")
+            target_compile_options(${name} PRIVATE -O1)
+        elseif(KESTREL_SANITIZE OR CMAKE_BUILD_TYPE STREQUAL "Release")
+            target_compile_options(${name} PRIVATE -O0)
+        endif()
     endif()
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
     set(discovery DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
         PROPERTIES LABELS ${TEST_LABEL} TIMEOUT ${TEST_TIMEOUT})
-    if(TEST_ALONE)
+    if(TEST_ALONE STREQUAL "*")
+        gtest_discover_tests(${name} ${discovery} RUN_SERIAL ON)
+    elseif(TEST_ALONE)
         gtest_discover_tests(${name} TEST_FILTER "-${TEST_ALONE}" ${discovery})
         gtest_discover_tests(${name} TEST_FILTER "${TEST_ALONE}" TEST_LIST ${name}_ALONE ${discovery} RUN_SERIAL ON)
     else()
