@@ -29,57 +29,88 @@ bool ConvertFrom(std::int32_t column, const voVideoFrame& destination, const voI
 
 #if defined(__x86_64__)
 
+constexpr std::int32_t kBlockPixels = 64;
+constexpr std::uintptr_t kVectorBytes = 32;
+
+enum class Stores { kThroughCaches, kPastCaches };
+
 // A picture of this size has left the caches before the host reads it, so that writing past them spares
 // fetching its memory first. Measured with the host's later read: a sixth less time at 2160 lines, but more
 // at 1440.
-constexpr std::int64_t kStreamedBytes = std::int64_t{8} << 20;
-constexpr std::int32_t kStreamedPixels = 32;
-
-bool IsStreamed(const voVideoFrame& destination) {
-    constexpr std::uintptr_t kAlignment = 32;
-    static const bool possible = __builtin_cpu_supports("avx2") != 0;
-    return possible && std::int64_t{destination.bytesPerRow} * destination.height >= kStreamedBytes &&
-           reinterpret_cast<std::uintptr_t>(destination.baseAddress) % kAlignment == 0 &&
-           static_cast<std::uintptr_t>(destination.bytesPerRow) % kAlignment == 0;
+Stores StoresFor(const voVideoFrame& destination) {
+    constexpr std::int64_t kLargeBytes = std::int64_t{8} << 20;
+    const bool large = std::int64_t{destination.bytesPerRow} * destination.height >= kLargeBytes;
+    const bool aligned = reinterpret_cast<std::uintptr_t>(destination.baseAddress) % kVectorBytes == 0 &&
+                         static_cast<std::uintptr_t>(destination.bytesPerRow) % kVectorBytes == 0;
+    return large && aligned ? Stores::kPastCaches : Stores::kThroughCaches;
 }
 
-// `pixels` is a multiple of kStreamedPixels, `out` aligned to 32 bytes.
-[[gnu::target("avx2")]] void StreamRow(const std::uint8_t* y, const std::uint8_t* u, const std::uint8_t* v,
-                                       std::uint8_t* out, std::int32_t pixels) {
-    for (std::int32_t x = 0; x < pixels; x += kStreamedPixels) {
-        const auto chroma = [x](const std::uint8_t* plane) __attribute__((target("avx2"))) {
-            const __m128i sixteen = _mm_loadu_si128(reinterpret_cast<const __m128i*>(plane + x / 2));
-            return _mm256_permute4x64_epi64(_mm256_castsi128_si256(sixteen), 0xD8);
-        };
-        const __m256i pairs = _mm256_unpacklo_epi8(chroma(u), chroma(v));
-        const __m256i luma = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(y + x));
-        const __m256i low = _mm256_unpacklo_epi8(pairs, luma);
-        const __m256i high = _mm256_unpackhi_epi8(pairs, luma);
-        auto* target = reinterpret_cast<__m256i*>(out + std::ptrdiff_t{x} * 2);
-        _mm256_stream_si256(target, _mm256_permute2x128_si256(low, high, 0x20));
-        _mm256_stream_si256(target + 1, _mm256_permute2x128_si256(low, high, 0x31));
+// The four quarters of 32 bytes in the order that the unpacking of each half of a vector expects.
+[[gnu::target("avx2")]] __m256i Unfolded(__m256i bytes) {
+    constexpr int kEvenQuartersFirst = 0xD8;
+    return _mm256_permute4x64_epi64(bytes, kEvenQuartersFirst);
+}
+
+[[gnu::target("avx2")]] __m256i UnfoldedAt(const std::uint8_t* bytes) {
+    return Unfolded(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes)));
+}
+
+// Whole vectors are read and written, where libyuv's rows of AVX2 write halves: a tenth less time at 720 and
+// 1080 lines. `pixels` is a multiple of kBlockPixels; `out` is aligned to kVectorBytes if it is written past
+// the caches.
+template <Stores kStores>
+[[gnu::target("avx2")]] void ConvertRow(const std::uint8_t* y, const std::uint8_t* u, const std::uint8_t* v,
+                                        std::uint8_t* out, std::int32_t pixels) {
+    const auto store = [](std::uint8_t * to, __m256i bytes) __attribute__((target("avx2"))) {
+        if constexpr (kStores == Stores::kPastCaches)
+            _mm256_stream_si256(reinterpret_cast<__m256i*>(to), bytes);
+        else
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), bytes);
+    };
+    for (std::ptrdiff_t x = 0; x < pixels; x += kBlockPixels) {
+        const __m256i us = UnfoldedAt(u + x / 2);
+        const __m256i vs = UnfoldedAt(v + x / 2);
+        const __m256i firstPairs = Unfolded(_mm256_unpacklo_epi8(us, vs));
+        const __m256i lastPairs = Unfolded(_mm256_unpackhi_epi8(us, vs));
+        const __m256i firstLuma = UnfoldedAt(y + x);
+        const __m256i lastLuma = UnfoldedAt(y + x + kBlockPixels / 2);
+        std::uint8_t* const to = out + x * 2;
+        store(to, _mm256_unpacklo_epi8(firstPairs, firstLuma));
+        store(to + kVectorBytes, _mm256_unpackhi_epi8(firstPairs, firstLuma));
+        store(to + 2 * kVectorBytes, _mm256_unpacklo_epi8(lastPairs, lastLuma));
+        store(to + 3 * kVectorBytes, _mm256_unpackhi_epi8(lastPairs, lastLuma));
     }
 }
 
-bool Stream(const voVideoFrame& destination, const voI420Frame& source) {
-    const std::int32_t streamed = source.width / kStreamedPixels * kStreamedPixels;
+// The columns of whole blocks; how many there are.
+template <Stores kStores>
+std::int32_t ConvertBlocks(const voVideoFrame& destination, const voI420Frame& source) {
+    const std::int32_t columns = source.width / kBlockPixels * kBlockPixels;
     for (std::ptrdiff_t row = 0; row < source.height; ++row) {
-        StreamRow(source.y + row * source.strideY, source.u + row / 2 * source.strideU,
-                  source.v + row / 2 * source.strideV,
-                  destination.baseAddress + row * destination.bytesPerRow, streamed);
+        ConvertRow<kStores>(source.y + row * source.strideY, source.u + row / 2 * source.strideU,
+                            source.v + row / 2 * source.strideV,
+                            destination.baseAddress + row * destination.bytesPerRow, columns);
     }
-    _mm_sfence();  // streamed bytes are visible to the host's threads only then
-    return streamed == source.width || ConvertFrom(streamed, destination, source);
+    return columns;
+}
+
+bool Convert(const voVideoFrame& destination, const voI420Frame& source) {
+    static const bool hasVectors = __builtin_cpu_supports("avx2") != 0;
+    if (!hasVectors) return ConvertFrom(0, destination, source);
+    std::int32_t done = 0;
+    if (StoresFor(destination) == Stores::kPastCaches) {
+        done = ConvertBlocks<Stores::kPastCaches>(destination, source);
+        _mm_sfence();  // what went past the caches is visible to the host's threads only then
+    } else {
+        done = ConvertBlocks<Stores::kThroughCaches>(destination, source);
+    }
+    return done == source.width || ConvertFrom(done, destination, source);
 }
 
 #else
 
-bool IsStreamed(const voVideoFrame&) {
-    return false;
-}
-
-bool Stream(const voVideoFrame&, const voI420Frame&) {
-    return false;
+bool Convert(const voVideoFrame& destination, const voI420Frame& source) {
+    return ConvertFrom(0, destination, source);
 }
 
 #endif
@@ -88,9 +119,7 @@ bool Stream(const voVideoFrame&, const voI420Frame&) {
 
 std::int32_t voColorspaceConverter::I420ToUYVY(voVideoFrame& destination, const voI420Frame& source) {
     if (!Fits(destination, source)) return -1;
-    const bool done =
-        IsStreamed(destination) ? Stream(destination, source) : ConvertFrom(0, destination, source);
-    if (!done) return -1;
+    if (!Convert(destination, source)) return -1;
     if (source.width % 2 != 0) {
         // The second luma of the last pair has no pixel of its own.
         const std::ptrdiff_t lastPair = std::ptrdiff_t{source.width / 2} * 4;

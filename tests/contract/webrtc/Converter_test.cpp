@@ -46,7 +46,7 @@ struct Picture {
 };
 
 TEST(I420ToUYVY, EqualsTheDefinitionAtEverySize) {
-    for (int width = 1; width <= 70; ++width) {
+    for (int width = 1; width <= 135; ++width) {
         for (const int height : {1, 2, 3, 8, 9}) {
             const Picture picture(width, height, width % 5);
             const int pairs = (width + 1) / 2;
