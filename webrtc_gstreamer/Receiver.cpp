@@ -2,8 +2,11 @@
 
 #include <gst/app/gstappsink.h>
 
+#include <chrono>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 #include "webrtc_gstreamer/Crossing.h"
@@ -11,6 +14,7 @@
 #include "webrtc_gstreamer/GstPointers.h"
 #include "webrtc_gstreamer/Log.h"
 #include "webrtc_gstreamer/PictureReader.h"
+#include "webrtc_gstreamer/PictureSpacing.h"
 #include "webrtc_gstreamer/SharedPictures.h"
 
 namespace webrtc_gstreamer {
@@ -73,6 +77,7 @@ struct VideoOutput {
     const std::shared_ptr<VideoTrack> track;
     const std::uint64_t number;
     PictureReader reader;
+    PictureSpacing spacing;
 };
 
 struct AudioOutput {
@@ -82,10 +87,27 @@ struct AudioOutput {
     const std::uint64_t number;
 };
 
+std::optional<PictureSpacing::Duration> StampOf(GstSample* sample) {
+    const GstBuffer* picture = gst_sample_get_buffer(sample);
+    if (picture == nullptr || !GST_BUFFER_PTS_IS_VALID(picture)) return std::nullopt;
+    return std::chrono::nanoseconds(GST_BUFFER_PTS(picture));
+}
+
 GstFlowReturn OnPicture(GstAppSink* sink, gpointer data) {
     const Crossing crossing;
     const SamplePointer sample(gst_app_sink_pull_sample(sink));
-    if (sample) static_cast<VideoOutput*>(data)->reader.Read(sample.get());
+    if (!sample) return GST_FLOW_OK;
+    auto* output = static_cast<VideoOutput*>(data);
+    const auto stamp = StampOf(sample.get());
+    auto now = std::chrono::steady_clock::now();
+    const auto due = output->spacing.Due(now, stamp);
+    if (due > now) {
+        // This thread has nothing else to do: the queue before the sink has it for itself.
+        std::this_thread::sleep_until(due);
+        now = std::chrono::steady_clock::now();
+    }
+    output->spacing.HandedOut(now, stamp);
+    output->reader.Read(sample.get());
     return GST_FLOW_OK;
 }
 

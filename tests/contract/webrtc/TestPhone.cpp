@@ -192,13 +192,28 @@ GstPadProbeReturn TestPhone::OnEncodedPicture(GstPad*, GstPadProbeInfo* info, gp
     return isKey && static_cast<TestPhone*>(data)->losesKeyFrames ? GST_PAD_PROBE_DROP : GST_PAD_PROBE_OK;
 }
 
-GstPadProbeReturn TestPhone::OnPicturePacket(GstPad*, GstPadProbeInfo* info, gpointer data) {
+GstPadProbeReturn TestPhone::OnPicturePacket(GstPad* pad, GstPadProbeInfo* info, gpointer data) {
     const Crossing crossing;
     auto* self = static_cast<TestPhone*>(data);
     const Label label = LabelOf(gst_pad_probe_info_get_buffer(info));
+    if (self->options.sendsTwoAtATime) return self->HoldPacket(pad, info, label.marked);
     if (!label.marked || !self->losesPictureEnd.exchange(false)) return GST_PAD_PROBE_OK;
     if (self->onPacketLost) self->onPacketLost(Media::Picture, label.number);
     return GST_PAD_PROBE_DROP;
+}
+
+GstPadProbeReturn TestPhone::HoldPacket(GstPad* pad, GstPadProbeInfo* info, bool endsPicture) {
+    if (sendsHeld) return GST_PAD_PROBE_OK;  // on its way at last
+    heldPackets.push_back(gst_pad_probe_info_get_buffer(info));
+    GST_PAD_PROBE_INFO_DATA(info) = nullptr;
+    if (endsPicture && ++heldPictures == 2) {
+        sendsHeld = true;
+        for (GstBuffer* packet : std::exchange(heldPackets, {}))
+            gst_pad_push(pad, packet);
+        sendsHeld = false;
+        heldPictures = 0;
+    }
+    return GST_PAD_PROBE_HANDLED;
 }
 
 GstPadProbeReturn TestPhone::OnSoundPacket(GstPad*, GstPadProbeInfo* info, gpointer data) {
@@ -396,6 +411,8 @@ void TestPhone::Vanish() {
     gst_object_unref(oldBin);
     gst_object_unref(oldPipeline);
     Cross();
+    for (GstBuffer* packet : std::exchange(heldPackets, {}))
+        gst_buffer_unref(packet);
 }
 
 }  // namespace contract

@@ -11,6 +11,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "support/annotated_mutex.h"
 
@@ -28,6 +29,8 @@ public:
         double toneHertz = 1000;
         std::string pattern = "smpte";
         int keyFrameDistance = 30;
+        // Each second picture is sent together with the next one.
+        bool sendsTwoAtATime = false;
     };
     enum class Media { Picture, Sound };
     enum class Until { KeyRequest, NewOffer, Told };
@@ -76,6 +79,7 @@ private:
     static GstPadProbeReturn OnMicrophoneSound(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn OnEncodedPicture(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn OnPicturePacket(GstPad* pad, GstPadProbeInfo* info, gpointer self);
+    GstPadProbeReturn HoldPacket(GstPad* pad, GstPadProbeInfo* info, bool endsPicture);
     static GstPadProbeReturn OnSoundPacket(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static void OnElementAdded(GstBin* bin, GstBin* inside, GstElement* element, gpointer self);
     static void OnReport(GObject* session, GstBuffer* report, gpointer self);
@@ -98,6 +102,10 @@ private:
     std::atomic<bool> losesPictureEnd{false};
     std::atomic<bool> losesSound{false};
     std::atomic<std::uint32_t> soundStream{0};
+    // Used on the thread that makes the packets, and when it has ended.
+    std::vector<GstBuffer*> heldPackets;
+    int heldPictures = 0;
+    bool sendsHeld = false;
     std::atomic<Until> frozenUntil{Until::Told};
     std::atomic<std::int64_t> frozenAtUs{0};
     std::atomic<std::int64_t> keyRequestAfterUs{-1};
