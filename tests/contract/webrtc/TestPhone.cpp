@@ -413,6 +413,7 @@ void TestPhone::Vanish() {
     Cross();
     for (GstBuffer* packet : std::exchange(heldPackets, {}))
         gst_buffer_unref(packet);
+    heldPictures = 0;
 }
 
 }  // namespace contract
