@@ -65,8 +65,8 @@ void PaceFeedback(GstElement* session) {
     GObject* inside = nullptr;
     g_object_get(session, "internal-session", &inside, nullptr);
     const ObjectPointer owned(inside);
-    // Otherwise the marks of arrival (transport-wide congestion control) leave with every picture.
-    g_object_set(inside, "twcc-feedback-interval", kCalmFeedback, nullptr);
+    // Otherwise they leave with every picture.
+    g_object_set(inside, "twcc-feedback-interval", kArrivalFeedback, nullptr);
 }
 
 }  // namespace webrtc_gstreamer

@@ -9,7 +9,10 @@ namespace webrtc_gstreamer {
 
 // How often reports about what was received leave (RFC 3550, section 6; RFC 4585). They cost both sides about
 // as much as the packets of a picture. In between, one request may leave at once.
-inline constexpr GstClockTime kCalmFeedback = 100 * GST_MSECOND;
+inline constexpr GstClockTime kCalmFeedback = 200 * GST_MSECOND;
+// Between two accounts of when each packet arrived (transport-wide congestion control), for senders that want
+// them: they tell by it how fast they may send.
+inline constexpr GstClockTime kArrivalFeedback = 100 * GST_MSECOND;
 // While packets are lost, so that every picture can have a request of its own.
 inline constexpr GstClockTime kLossyFeedback = 30 * GST_MSECOND;
 

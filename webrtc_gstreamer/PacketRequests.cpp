@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "support/annotated_mutex.h"
+#include "webrtc_gstreamer/AlarmForecast.h"
 #include "webrtc_gstreamer/Crossing.h"
 #include "webrtc_gstreamer/GstPointers.h"
 #include "webrtc_gstreamer/LossRepair.h"
@@ -69,8 +70,9 @@ private:
     enum class Kind { Unknown, Picture, Other };
     static Kind KindOf(GstPad* packets, unsigned int payload);
     void Take(GstPad* from, GstBuffer* packet);
+    enum class Cause { Packets, Alarm };
     // Asks for what is due, and sets the alarm for the rest.
-    void Look();
+    void Look(Cause cause);
     void SetAlarm(std::optional<std::int64_t> dueUs, std::int64_t nowUs) REQUIRES(mutex);
     void StopAlarm() REQUIRES(mutex);
     static void Ask(GstPad* pad, std::uint16_t number);
@@ -80,6 +82,8 @@ private:
     GstClock* const clock;
     support::Mutex mutex;
     LossRepair rule GUARDED_BY(mutex);
+    AlarmForecast forecast GUARDED_BY(mutex);
+    bool isWaiting GUARDED_BY(mutex) = false;
     GstClockID alarm GUARDED_BY(mutex) = nullptr;
     std::int64_t alarmUs GUARDED_BY(mutex) = 0;
     bool ended GUARDED_BY(mutex) = false;
@@ -96,7 +100,7 @@ GstPadProbeReturn PacketRequests::OnPackets(GstPad* from, GstPadProbeInfo* probe
     } else {
         self.Take(from, gst_pad_probe_info_get_buffer(probe));
     }
-    self.Look();
+    self.Look(Cause::Packets);
     return GST_PAD_PROBE_OK;
 }
 
@@ -107,7 +111,7 @@ gboolean PacketRequests::OnAlarm(GstClock*, GstClockTime, GstClockID id, gpointe
         const support::MutexLock lock(self->mutex);
         if (self->alarm == id) self->StopAlarm();
     }
-    self->Look();
+    self->Look(Cause::Alarm);
     return TRUE;
 }
 
@@ -133,7 +137,7 @@ void PacketRequests::Take(GstPad* from, GstBuffer* packet) {
     rule.Arrived(number, marked, SteadyTimeUs());
 }
 
-void PacketRequests::Look() {
+void PacketRequests::Look(Cause cause) {
     std::array<std::uint16_t, LossRepair::kMostMissing> numbers;
     std::size_t count = 0;
     {
@@ -146,7 +150,11 @@ void PacketRequests::Look() {
             count = due.size();
             std::copy(due.begin(), due.end(), numbers.begin());
         }
-        SetAlarm(rule.NextDueUs(), nowUs);
+        auto alarmDueUs = rule.NextDueUs();
+        if (alarmDueUs && !isWaiting) forecast.Wanted(*alarmDueUs);
+        isWaiting = alarmDueUs.has_value();
+        if (!alarmDueUs && cause == Cause::Alarm) alarmDueUs = forecast.AfterRinging(nowUs);
+        SetAlarm(alarmDueUs, nowUs);
     }
     if (count == 0) return;
     const PadPointer packets(GST_PAD(g_weak_ref_get(&pad)));

@@ -7,7 +7,9 @@
 #include <utility>
 
 #include "webrtc_gstreamer/Crossing.h"
+#include "webrtc_gstreamer/DirectPath.h"
 #include "webrtc_gstreamer/Engine.h"
+#include "webrtc_gstreamer/FactoryName.h"
 #include "webrtc_gstreamer/FeedbackPace.h"
 #include "webrtc_gstreamer/Log.h"
 #include "webrtc_gstreamer/LossRepair.h"
@@ -36,15 +38,14 @@ void OnNewJitterBuffer(GstElement*, GstElement* jitterBuffer, guint, guint, gpoi
 }
 
 void OnElementAdded(GstBin*, GstBin*, GstElement* element, gpointer) {
-    const GstElementFactory* factory = gst_element_get_factory(element);
-    if (factory == nullptr) return;
-    const std::string_view name =
-        gst_plugin_feature_get_name(GST_PLUGIN_FEATURE(const_cast<GstElementFactory*>(factory)));
+    const std::string_view name = FactoryNameOf(element);
     if (name == "rtpjitterbuffer") {
         g_object_set(element, "faststart-min-packets", kFirstPackets, nullptr);
     } else if (name == "rtpsession") {
         g_object_set(element, "bandwidth", kRtcpBandwidth, nullptr);
         PaceFeedback(element);
+    } else if (name == "queue") {
+        LeadPacketsPast(element);
     }
 }
 

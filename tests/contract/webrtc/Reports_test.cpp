@@ -14,9 +14,9 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-// From the first to the last. Ten per second are usual, 33 while packets are lost.
+// From the first to the last. Five per second are usual, 33 while packets are lost.
 constexpr std::size_t kReports = 7;
-constexpr milliseconds kShortestSpan(450);
+constexpr milliseconds kShortestSpan(900);
 
 // The latest reports since the beginning, and how long so many took at the most.
 class Pace {

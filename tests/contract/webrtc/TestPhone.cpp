@@ -52,7 +52,8 @@ std::string VideoBranch(const TestPhone::Options& options, int payload) {
            ",framerate=" + std::to_string(options.framesPerSecond) + "/1 ! " + encoder +
            " pt=" + std::to_string(payload) +
            " ! application/x-rtp,media=video,encoding-name=" + options.codec +
-           ",payload=" + std::to_string(payload) + " ! identity name=picture_packets ! queue ! phone.";
+           ",payload=" + std::to_string(payload) +
+           " ! identity name=picture_packets ! queue name=sent_pictures ! phone.";
 }
 
 std::string AudioBranch(const TestPhone::Options& options, int payload) {
@@ -60,7 +61,7 @@ std::string AudioBranch(const TestPhone::Options& options, int payload) {
            std::to_string(options.toneHertz) +
            " ! audio/x-raw,rate=48000,channels=2 ! opusenc ! rtpopuspay pt=" + std::to_string(payload) +
            " ! application/x-rtp,media=audio,encoding-name=OPUS,payload=" + std::to_string(payload) +
-           " ! identity name=sound_packets ! queue ! phone.";
+           " ! identity name=sound_packets ! queue name=sent_sound ! phone.";
 }
 
 // Makes what one thread wrote visible to GStreamer's threads in a way that the thread checker sees.

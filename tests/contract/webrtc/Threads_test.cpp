@@ -3,6 +3,9 @@
 #include <pthread.h>
 #include <sched.h>
 
+#include <atomic>
+#include <filesystem>
+#include <fstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -131,6 +134,37 @@ TEST_F(Threads, TheOneOfTheSoundRunsWhenItIsDueWhereTheSystemPermitsIt) {
     stream->AudioTrack(0)->RemoveSink(sound);
     ASSERT_TRUE(policy);
     EXPECT_EQ(policy->text, std::to_string(MayPutThreadsFirst() ? SCHED_RR : SCHED_OTHER));
+    call.Release();
+}
+
+// How often threads of webrtcbin's queues went to sleep in this process.
+long SleepsOfQueues() {
+    long sleeps = 0;
+    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::string name;
+        std::getline(std::ifstream(task.path() / "comm") >> std::ws, name);
+        if (!name.starts_with("queue")) continue;
+        std::ifstream status(task.path() / "status");
+        for (std::string line; std::getline(status, line);) {
+            if (line.starts_with("voluntary_ctxt_switches:"))
+                sleeps += std::stol(line.substr(line.find(':') + 1));
+        }
+    }
+    return sleeps;
+}
+
+// The phone is in this process too, with a queue for the reports that it gets. Sound alone has 50 packets a
+// second.
+TEST_F(Threads, APacketPassesNoQueueOnItsWayToTheJitterBuffer) {
+    std::atomic<int> reports{0};
+    Call call;
+    call.phone.onReport = [&reports] { ++reports; };
+    call.Connect();
+    ASSERT_TRUE(call.WaitForPictures(30));
+    const long before = SleepsOfQueues() - reports;
+    EXPECT_GT(before, 0) << "there are such threads";
+    ASSERT_TRUE(call.WaitForPictures(90));
+    EXPECT_LT(SleepsOfQueues() - reports - before, 30);
     call.Release();
 }
 

@@ -53,9 +53,9 @@ protected:
 };
 
 TEST_F(FeedbackPace, IsCalmWhileNothingIsLost) {
-    EXPECT_EQ(Interval(), 100 * GST_MSECOND);
+    EXPECT_EQ(Interval(), 200 * GST_MSECOND);
     Ask("AnotherWish");
-    EXPECT_EQ(Interval(), 100 * GST_MSECOND);
+    EXPECT_EQ(Interval(), 200 * GST_MSECOND);
 }
 
 TEST_F(FeedbackPace, HurriesOnceAPacketIsAskedFor) {
