@@ -1,6 +1,9 @@
 #include "tests/contract/webrtc/Call.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
+#include <iostream>
 
 #include "webrtc_gstreamer/LivingObjects.h"
 
@@ -70,6 +73,7 @@ public:
     void OnAnswerCreated(const char* sdp, const char* type) override {
         call.Note("answer", sdp, type);
         call.phone.TakeAnswer(sdp);
+        call.Note("taken");
     }
     void OnIceConnectionChange(std::uint32_t state) override { call.Note("ice", std::to_string(state)); }
     void OnIceGatheringChange(std::uint32_t state) override { call.Note("gathering", std::to_string(state)); }
@@ -105,6 +109,12 @@ void Call::Reconnect(const voStunServer* servers, std::int32_t count) {
 }
 
 Call::~Call() {
+    if (testing::Test::HasFailure()) {
+        constexpr std::size_t kShown = 120;
+        for (const Record::Entry& entry : record.All())
+            std::cerr << "  " << entry.what << " " << entry.type << " " << entry.text.substr(0, kShown)
+                      << "\n";
+    }
     phone.Vanish();
     Release();
     // A call that has begun may still be on its way through the observer.
@@ -126,6 +136,8 @@ void Call::ConnectByOfferOfPhone() {
     onPhoneDescription = [this](const std::string& sdp) {
         connection->SetRemoteDescription(sdp.c_str(), "offer");
         connection->CreateAnswer();
+        // As fast as an answer can be.
+        record.WaitFor("taken");
     };
     phone.Offer();
 }

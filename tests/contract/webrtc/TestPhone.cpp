@@ -367,12 +367,14 @@ void TestPhone::OnMade(GstPromise* promise, gpointer data) {
 
 void TestPhone::Deliver(GstWebRTCSessionDescription* description) {
     gchar* text = gst_sdp_message_as_text(description->sdp);
-    if (onDescription) onDescription(text);
-    g_free(text);
+    // First, or the answer to an offer may overtake it; the candidates come later, since webrtcbin does one
+    // thing after the other, and this is one.
     if (GstElement* bin = Webrtc()) {
         Emit(bin, "set-local-description", description);
         gst_object_unref(bin);
     }
+    if (onDescription) onDescription(text);
+    g_free(text);
     gst_webrtc_session_description_free(description);
 }
 
