@@ -11,6 +11,7 @@
 
 #include "webrtc_gstreamer/Crossing.h"
 #include "webrtc_gstreamer/DecoderThreads.h"
+#include "webrtc_gstreamer/FactoryName.h"
 #include "webrtc_gstreamer/GstPointers.h"
 #include "webrtc_gstreamer/Log.h"
 #include "webrtc_gstreamer/PictureReader.h"
@@ -240,8 +241,7 @@ ElementPointer JitterBufferBehind(GstPad* pad) {
         }
         ElementPointer element(gst_pad_get_parent_element(at.get()));
         if (!element) return nullptr;
-        const GstElementFactory* factory = gst_element_get_factory(element.get());
-        if (factory != nullptr && g_strcmp0(GST_OBJECT_NAME(factory), "rtpjitterbuffer") == 0) return element;
+        if (FactoryNameOf(element.get()) == "rtpjitterbuffer") return element;
         const PadPointer sink(gst_element_get_static_pad(element.get(), "sink"));
         at.reset(sink ? gst_pad_get_peer(sink.get()) : nullptr);
     }

@@ -151,7 +151,7 @@ TEST_F(DirectPathTest, NoneOvertakesTheFirstThatWereHeldBack) {
     for (guint64 number = 101; number <= 200; ++number)
         Push(number);
     const std::vector<guint64> numbers = WaitForArrivals(200);
-    EXPECT_EQ(numbers.size(), 200U);
+    ASSERT_EQ(numbers.size(), 200U);
     EXPECT_TRUE(std::is_sorted(numbers.begin(), numbers.begin() + 99));
     EXPECT_LE(std::count_if(numbers.begin() + 99, numbers.end(), [](guint64 one) { return one <= 100; }), 1)
         << "the last one at most, which the queue's thread has in its hands";
