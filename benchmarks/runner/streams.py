@@ -137,6 +137,12 @@ class Round:
             receiver.wait_for_event("ready", START_LIMIT)
             return self._other(receiver, [receiver.pid], resident_mb(receiver.pid))
 
+    def decoder(self) -> dict[str, float]:
+        """The bare receiver without any conversion: the least that the engine and its decoders cost."""
+        with running(self.programs.benchmark("bare_receiver"), "--only-decode", *self.addresses) as receiver:
+            receiver.wait_for_event("ready", START_LIMIT)
+            return self._counted(receiver, [receiver.pid])
+
     def chromium(self) -> dict[str, float]:
         script = ROOT / "benchmarks" / "streams" / "chromium_receiver.js"
         with running("node", script, "--modules", ROOT / "tests" / "e2e" / "browser", *self.addresses) as receiver:
@@ -144,8 +150,8 @@ class Round:
             browser = descendants(receiver.pid)  # without the program that drives it
             return self._other(receiver, browser, None)
 
-    def _other(self, receiver: Child, pids: list[int], memory: float | None) -> dict[str, float]:
-        """CPU and rate while nobody reads stamps; latency afterwards."""
+    def _counted(self, receiver: Child, pids: list[int]) -> dict[str, float]:
+        """CPU and rate while nobody reads stamps."""
         time.sleep(SETTLE_SECONDS)
         used = Usage(pids)
         counted = _watched(receiver, self.seconds, "begin")
@@ -153,8 +159,12 @@ class Round:
         rate = sum(stream["pictures"] / stream["seconds"] for stream in counted["streams"])
         if rate <= 0:
             raise Failed(f"{receiver.name}: no picture came while it was watched")
-        values = {"cpu": cpu, "perPicture": cpu / rate, "distinct": _per_second(counted["streams"], "pictures"),
-                  "memory": proportional_mb(pids) if memory is None else resident_mb(pids[0])}
+        return {"cpu": cpu, "perPicture": cpu / rate, "distinct": _per_second(counted["streams"], "pictures")}
+
+    def _other(self, receiver: Child, pids: list[int], memory: float | None) -> dict[str, float]:
+        """CPU and rate, and latency afterwards."""
+        values = self._counted(receiver, pids)
+        values["memory"] = proportional_mb(pids) if memory is None else resident_mb(pids[0])
         latency = _watched(receiver, self.seconds / 2, "begin stamps")["latencyMs"]
         if latency is None:
             raise Failed(f"{receiver.name}: no stamp could be read")
@@ -163,7 +173,7 @@ class Round:
 
 def measure(programs: Programs, count: int, rounds: int, seconds: float, host_seconds: float, tell) -> dict[str, float]:
     """Rounds of all receivers, each round beginning with another one."""
-    receivers = ["host", "look", "bare", "chromium"]
+    receivers = ["host", "look", "bare", "decoder", "chromium"]
     results: dict[str, list[dict[str, float]]] = {name: [] for name in receivers}
     addresses = own_addresses(count)
     with phones(programs, addresses, Encoding.ONCE) as sender:
@@ -212,8 +222,10 @@ def _figures(results: dict[str, list[dict[str, float]]], suffix: str) -> dict[st
     values = {
         "cpuVsBare": figures.median_ratio(column("host", "perPicture"), column("bare", "perPicture")),
         "cpuVsChromium": figures.median_ratio(column("host", "perPicture"), column("chromium", "perPicture")),
+        "decodingVsChromium": figures.median_ratio(column("decoder", "perPicture"), column("chromium", "perPicture")),
         "cpuPercent": median("host", "cpu"),
         "bareCpuPercent": median("bare", "cpu"),
+        "decodingCpuPercent": median("decoder", "cpu"),
         "chromiumCpuPercent": median("chromium", "cpu"),
         "senderCpuPercent": median("host", "senderCpu"),
         "latencyP50Ms": median("look", "p50"),

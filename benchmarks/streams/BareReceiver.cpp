@@ -28,6 +28,7 @@ constexpr const char* kVideoBranch =
 constexpr const char* kAudioBranch =
     "decodebin name=in ! audioconvert ! audioresample ! audio/x-raw,format=S16LE,rate=48000,channels=2 ! "
     "appsink name=out sync=false";
+constexpr const char* kOnlyDecoding = "decodebin name=in ! appsink name=out sync=false";
 
 void AddReceiving(GstElement* webrtc, const char* capsText) {
     const GstHandle<GstCaps> caps(gst_caps_from_string(capsText));
@@ -39,8 +40,8 @@ void AddReceiving(GstElement* webrtc, const char* capsText) {
 
 }  // namespace
 
-BareReceiver::BareReceiver(const std::string& address)
-    : pipeline(GST_ELEMENT(gst_object_ref_sink(gst_pipeline_new(nullptr)))) {
+BareReceiver::BareReceiver(const std::string& address, Work work)
+    : work(work), pipeline(GST_ELEMENT(gst_object_ref_sink(gst_pipeline_new(nullptr)))) {
     webrtc = gst_element_factory_make("webrtcbin", nullptr);
     gst_util_set_object_arg(G_OBJECT(webrtc), "bundle-policy", "max-bundle");
     gst_bin_add(GST_BIN(pipeline.get()), webrtc);
@@ -135,11 +136,14 @@ void BareReceiver::OnPadAdded(GstElement*, GstPad* pad, gpointer data) {
     const std::string media =
         petrel::TextOf(gst_structure_get_string(gst_caps_get_structure(caps.get(), 0), "media"));
     const bool video = media == "video";
+    const bool converts = self->work == Work::Convert;
+    const char* const converting = video ? kVideoBranch : kAudioBranch;
     GstElement* const branch =
-        gst_parse_bin_from_description(video ? kVideoBranch : kAudioBranch, FALSE, nullptr);
+        gst_parse_bin_from_description(converts ? converting : kOnlyDecoding, FALSE, nullptr);
     const GstHandle<GstAppSink> out(GST_APP_SINK(gst_bin_get_by_name(GST_BIN(branch), "out")));
     GstAppSinkCallbacks callbacks{};
-    callbacks.new_sample = video ? OnPicture : OnSound;
+    const auto onPicture = converts ? OnPicture : OnDecodedPicture;
+    callbacks.new_sample = video ? onPicture : OnSound;
     gst_app_sink_set_callbacks(out.get(), &callbacks, self, nullptr);
     const GstHandle<GstElement> first(gst_bin_get_by_name(GST_BIN(branch), "in"));
     const GstHandle<GstPad> entrance(gst_element_get_static_pad(first.get(), "sink"));
@@ -165,6 +169,13 @@ GstFlowReturn BareReceiver::OnPicture(GstAppSink* sink, gpointer data) {
          GST_VIDEO_FRAME_PLANE_STRIDE(&frame, 0)},
         nowUs);
     gst_video_frame_unmap(&frame);
+    return GST_FLOW_OK;
+}
+
+GstFlowReturn BareReceiver::OnDecodedPicture(GstAppSink* sink, gpointer data) {
+    const GstHandle<GstSample> sample(gst_app_sink_pull_sample(sink));
+    if (sample == nullptr) return GST_FLOW_EOS;
+    static_cast<BareReceiver*>(data)->watch.OnPicture({}, NowUs());
     return GST_FLOW_OK;
 }
 

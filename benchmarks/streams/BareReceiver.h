@@ -1,5 +1,6 @@
 // What a user would write instead: webrtcbin, decodebin, videoconvert to UYVY, and nothing else. It receives
-// from the same phone, with the same messages.
+// from the same phone, with the same messages. One that only decodes has no conversion of pictures or sound:
+// the least that this engine and its decoders cost.
 #pragma once
 
 #include <gst/app/app.h>
@@ -17,11 +18,14 @@ namespace benchmarks {
 
 class BareReceiver {
 public:
-    explicit BareReceiver(const std::string& address);
+    enum class Work { Convert, OnlyDecode };
+
+    BareReceiver(const std::string& address, Work work);
     ~BareReceiver();
     BareReceiver(const BareReceiver&) = delete;
     BareReceiver& operator=(const BareReceiver&) = delete;
 
+    // Reads stamps only from converted pictures.
     StreamWatch& Watch() { return watch; }
 
 private:
@@ -33,8 +37,10 @@ private:
     static void OnPadAdded(GstElement* bin, GstPad* pad, gpointer self);
     static void OnCandidate(GstElement* bin, guint index, gchar* text, gpointer self);
     static GstFlowReturn OnPicture(GstAppSink* sink, gpointer self);
+    static GstFlowReturn OnDecodedPicture(GstAppSink* sink, gpointer self);
     static GstFlowReturn OnSound(GstAppSink* sink, gpointer self);
 
+    const Work work;
     StreamWatch watch;
     std::shared_ptr<cWebSocket> socket;
     petrel::GstHandle<GstElement> pipeline;

@@ -1,4 +1,4 @@
-// Bare receivers of one process: bare_receiver ADDRESS..., commanded as in Commands.h.
+// Bare receivers of one process: bare_receiver [--only-decode] ADDRESS..., commanded as in Commands.h.
 #include <gst/gst.h>
 #include <signal.h>
 #include <unistd.h>
@@ -30,9 +30,13 @@ bool WaitForPictures(const Receivers& receivers) {
 int main(int argc, char** argv) {
     signal(SIGPIPE, SIG_IGN);
     gst_init(nullptr, nullptr);
+    using Work = benchmarks::BareReceiver::Work;
+    const bool onlyDecode = argc > 1 && std::string(argv[1]) == "--only-decode";
     Receivers receivers;
-    for (int index = 1; index < argc; ++index)
-        receivers.push_back(std::make_unique<benchmarks::BareReceiver>(argv[index]));
+    for (int index = onlyDecode ? 2 : 1; index < argc; ++index) {
+        receivers.push_back(std::make_unique<benchmarks::BareReceiver>(
+            argv[index], onlyDecode ? Work::OnlyDecode : Work::Convert));
+    }
     if (!WaitForPictures(receivers)) {
         std::fputs("bare_receiver: not every phone gave a picture\n", stderr);
         return 1;
