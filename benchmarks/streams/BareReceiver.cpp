@@ -40,8 +40,8 @@ void AddReceiving(GstElement* webrtc, const char* capsText) {
 
 }  // namespace
 
-BareReceiver::BareReceiver(const std::string& address, Work work)
-    : work(work), pipeline(GST_ELEMENT(gst_object_ref_sink(gst_pipeline_new(nullptr)))) {
+BareReceiver::BareReceiver(const std::string& address, Work wanted)
+    : work(wanted), pipeline(GST_ELEMENT(gst_object_ref_sink(gst_pipeline_new(nullptr)))) {
     webrtc = gst_element_factory_make("webrtcbin", nullptr);
     gst_util_set_object_arg(G_OBJECT(webrtc), "bundle-policy", "max-bundle");
     gst_bin_add(GST_BIN(pipeline.get()), webrtc);

@@ -20,7 +20,7 @@ class BareReceiver {
 public:
     enum class Work { Convert, OnlyDecode };
 
-    BareReceiver(const std::string& address, Work work);
+    BareReceiver(const std::string& address, Work wanted);
     ~BareReceiver();
     BareReceiver(const BareReceiver&) = delete;
     BareReceiver& operator=(const BareReceiver&) = delete;
