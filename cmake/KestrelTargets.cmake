@@ -79,7 +79,7 @@ function(kestrel_room room)
     target_link_libraries(${room} PUBLIC ${ROOM_LIBRARIES})
 endfunction()
 
-# Sources full of other people's templates, of Boost.Beast or CLI11, whose speed matters to nobody.
+# Sources full of other people's templates, of Boost.Beast, CLI11 or the JSON library, whose speed matters to nobody.
 function(kestrel_template_sources)
     if(CMAKE_BUILD_TYPE STREQUAL "Release")
         set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS -O1)
